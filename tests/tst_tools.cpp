@@ -1,0 +1,384 @@
+// SPDX-FileCopyrightText: 2026 The zqxml developers
+// SPDX-License-Identifier: MIT
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+
+namespace {
+
+const QString query = QStringLiteral(ZQXML_QUERY);
+const QString store = QStringLiteral(ZQXML_STORE);
+
+struct Result {
+    int status;
+    QByteArray out;
+    QByteArray err;
+};
+
+QStringList words(const char *line)
+{
+    return QString::fromUtf8(line).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
+} // namespace
+
+class tst_Tools : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void tables_data();
+    void tables();
+    void columnsAlign();
+    void formats();
+    void trace();
+    void keys();
+    void rebuild_data();
+    void rebuild();
+    void locale();
+    void helpAndVersion();
+    void wrongUsage_data();
+    void wrongUsage();
+    void failures_data();
+    void failures();
+    void outputThatCannotBeWritten();
+    void samplesAreAlike();
+    void generatedStores();
+    void existingFilesAreKept();
+    void nothingHalfWritten();
+
+private:
+    Result run(const QString &tool, const QStringList &arguments, const QString &outputFile = QString());
+    Result shell(const QString &tool, const char *script);
+
+    QStringList files() const
+    {
+        return QDir(directory->path()).entryList(QDir::Files | QDir::Hidden);
+    }
+
+    QString path(const char *name) const
+    {
+        return directory->filePath(QString::fromUtf8(name));
+    }
+
+    std::unique_ptr<QTemporaryDir> directory; // one for each function, and where the tools run
+    QString localeName = QStringLiteral("C.UTF-8");
+};
+
+Result tst_Tools::run(const QString &tool, const QStringList &arguments, const QString &outputFile)
+{
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("LC_ALL"), localeName);
+    environment.insert(QStringLiteral("QT_HASH_SEED"), QStringLiteral("0")); // fixes the order of attributes
+    process.setProcessEnvironment(environment);
+    process.setWorkingDirectory(directory->path());
+    if (!outputFile.isEmpty())
+        process.setStandardOutputFile(outputFile);
+    process.start(tool, arguments);
+    process.waitForFinished(-1);
+    const int status = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    return {status, process.readAllStandardOutput(), process.readAllStandardError()};
+}
+
+/** Runs a script to which the tool is $0. */
+Result tst_Tools::shell(const QString &tool, const char *script)
+{
+    return run(QStringLiteral("sh"), {QStringLiteral("-c"), QLatin1String(script), tool});
+}
+
+void tst_Tools::init()
+{
+    directory = std::make_unique<QTemporaryDir>();
+}
+
+void tst_Tools::tables_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QString>("last");
+
+    const auto row = [](const char *arguments, const char *line, const char *last) {
+        QTest::newRow(arguments) << words(arguments) << QString::fromUtf8(line) << QString::fromUtf8(last);
+    };
+    row("outputs", "Etiketten 50% Flexo 8ff34739:10 7 running", "24 outputs");
+    row("jobs", "Etikett Likör 38% vol 316b17d7:30 0", "23 jobs");
+    row("jobs --with-publications", "Bedienungsanleitung Pumpe P4, Seite 6 6508dd3c:30 6 Bedienungsanleitung Pumpe P4",
+        "208 jobs");
+    row("publications", "Bildband 東京 bei Nacht 8bc99147:20 3", "24 publications");
+    row("books", "Kochbuch „Süß & Würzig“, Leinenausgabe 50a3ec6e:40 20 500", "22 books");
+    row("jobs --key 36fbeee7:10 --with-publications", "Aushang Öffnungszeiten (2) dd1b3790:30 0", "1 job");
+    row("jobs --key e3779b10:10 --with-publications", "NAME KEY PAGE PUBLICATION", "10 jobs");
+    row("jobs --key 2e2ac0ea:10", "0 jobs", "0 jobs");
+}
+
+void tst_Tools::tables()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, line);
+    QFETCH(QString, last);
+    const Result result = run(query, arguments);
+    QCOMPARE(result.err, QByteArray());
+    QCOMPARE(result.status, 0);
+    QStringList lines;
+    for (const QString &each : QString::fromUtf8(result.out).split(QLatin1Char('\n')))
+        lines << each.simplified();
+    QVERIFY2(lines.contains(line), result.out.constData());
+    QCOMPARE(lines.takeLast(), QString());
+    QCOMPARE(lines.last(), last);
+}
+
+void tst_Tools::columnsAlign()
+{
+    const QByteArray table = run(query, words("outputs")).out;
+    // A character of two places counts twice, one of two bytes once.
+    QVERIFY(table.contains("NAME                               KEY  JOBS  STATE\n"));
+    QVERIFY(table.contains("Druckmaschine Süd 1        9e3779b1:10    19  running\n"));
+    QVERIFY(table.contains("Visitenkarten 印刷         98c47536:10     3  running\n"));
+}
+
+void tst_Tools::formats()
+{
+    const Result xml = run(query, words("outputs --format xml"));
+    QVERIFY(xml.out.startsWith("<zqxml xmlns="));
+    QVERIFY(xml.out.endsWith("</zqxml>\n"));
+    QCOMPARE(xml.out.count("<packetable "), 24);
+    QVERIFY(xml.out.contains("<1 value=\"Siebdruck Ærø\"/>"));
+    QCOMPARE(run(query, words("jobs --key 2e2ac0ea:10 --format xml")).out.count("<body/>"), 1);
+    const Result text = run(query, words("outputs --format text"));
+    QVERIFY(text.out.startsWith("SI 8\n1 Druckmaschine Süd 1\n2 9e3779b1 10\n3 1\n"));
+    QCOMPARE(text.out.count("\nTI 0\n"), 24);
+}
+
+void tst_Tools::trace()
+{
+    const Result plain = run(query, words("publications"));
+    const Result traced = run(query, words("publications --trace"));
+    QCOMPARE(traced.out, plain.out);
+    QCOMPARE(plain.err, QByteArray());
+    const int sent = static_cast<int>(traced.err.indexOf("-- sent, from agent 1 to agent -1 --\n<zqxml"));
+    const int delivered = static_cast<int>(traced.err.indexOf("-- delivered, from agent -1 to agent 1 --\n<zqxml"));
+    QCOMPARE(sent, 0);
+    QVERIFY(delivered > sent);
+    QVERIFY(traced.err.left(delivered).contains("type=\"1001\""));
+    QCOMPARE(traced.err.mid(delivered).count("<packetable "), 24);
+}
+
+void tst_Tools::keys()
+{
+    const QByteArray first = run(query, words("books --key a851f637:20 --format text")).out;
+    const QByteArray second = run(query, words("books --key 46896FE8:20 --format text")).out;
+    QVERIFY(!first.isEmpty() && !second.isEmpty() && first != second);
+    const Result both = run(query, words("books --key 46896fe8:20 --key a851f637:20 --format text"));
+    QCOMPARE(both.out, second + first);
+}
+
+void tst_Tools::rebuild_data()
+{
+    QTest::addColumn<QString>("question");
+    for (const char *question : {"outputs", "jobs", "publications", "books"})
+        QTest::newRow(question) << QString::fromLatin1(question);
+}
+
+void tst_Tools::rebuild()
+{
+    QFETCH(QString, question);
+    const QStringList plain = {question};
+    const QStringList rebuilt = {question, QStringLiteral("--rebuild")};
+    const QStringList asText = {QStringLiteral("--format"), QStringLiteral("text")};
+    const Result table = run(query, rebuilt);
+    QCOMPARE(table.err, QByteArray());
+    QCOMPARE(table.out, run(query, plain).out);
+    QVERIFY(run(query, rebuilt + words("--format xml")).out.contains("<dst agent_id=\"1\"/>"));
+
+    // Arrays of ten or more values come back empty; what has no XML form comes back as zero.
+    const auto linesOf = [](QByteArray text) {
+        QString lines = QString::fromUtf8(text);
+        lines.replace(QRegularExpression(QStringLiteral("\n([0-9a-f]+) \\d\\d [^\n]*")), QStringLiteral("\n\\1 0"));
+        lines.replace(QRegularExpression(QStringLiteral(" 0 \n")), QStringLiteral(" 0\n"));
+        lines.remove(QStringLiteral("\n13 0 0\n14 0"));
+        return lines.split(QLatin1Char('\n'));
+    };
+    const QStringList before = linesOf(run(query, plain + asText).out);
+    const QStringList after = linesOf(run(query, rebuilt + asText).out);
+    QVERIFY(before.size() > 20);
+    for (int i = 0; i < before.size() && i < after.size(); ++i)
+        QCOMPARE(after.at(i), before.at(i));
+    QCOMPARE(after.size(), before.size());
+}
+
+void tst_Tools::locale()
+{
+    const Result utf8 = run(query, words("outputs --format xml"));
+    localeName = QStringLiteral("C");
+    const Result plain = run(query, words("outputs --format xml"));
+    const Result failed = run(query, words("outputs --database fehlt-ü"));
+    const Result created = run(store, words("create Süd.db --sample"));
+    localeName = QStringLiteral("C.UTF-8");
+    QCOMPARE(plain.err, QByteArray());
+    QVERIFY(utf8.out.contains("Süd"));
+    QCOMPARE(plain.out, utf8.out);
+    QCOMPARE(failed.err, QByteArray("zqxml-query: fehlt-ü: No such file or directory\n"));
+    QCOMPARE(created.status, 0);
+    QCOMPARE(files(), words("Süd.db"));
+}
+
+void tst_Tools::helpAndVersion()
+{
+    for (const QString &tool : {query, store}) {
+        const Result help = run(tool, words("--help"));
+        QCOMPARE(help.status, 0);
+        QVERIFY(help.out.startsWith("Usage: "));
+        const Result version = run(tool, words("--version"));
+        QCOMPARE(version.status, 0);
+        QVERIFY(QRegularExpression(QStringLiteral("^zqxml-\\w+ \\d+\\.\\d+\\.\\d+\n$"))
+                    .match(QString::fromUtf8(version.out))
+                    .hasMatch());
+    }
+}
+
+void tst_Tools::wrongUsage_data()
+{
+    QTest::addColumn<QString>("tool");
+    QTest::addColumn<QStringList>("arguments");
+    for (const char *arguments :
+         {"", "clocks", "outputs jobs", "outputs --colour", "outputs --format", "outputs --format pdf",
+          "outputs --key 1:2", "outputs --with-publications", "jobs --key 1", "jobs --key 1:2:3", "jobs --key :",
+          "jobs --key 1:x", "jobs --key 100000000:1", "jobs --key -1:1"})
+        QTest::addRow("query %s", arguments) << query << words(arguments);
+    for (const char *arguments :
+         {"", "create", "make x", "create x y --sample", "create x", "create x --sample --jobs 1",
+          "create x --sample --seed 1", "create x --jobs 1", "create x --books 1", "create x --outputs -1",
+          "create x --outputs 4294967296", "create x --outputs ten", "create x --sample --tables"})
+        QTest::addRow("store %s", arguments) << store << words(arguments);
+}
+
+void tst_Tools::wrongUsage()
+{
+    QFETCH(QString, tool);
+    QFETCH(QStringList, arguments);
+    const Result result = run(tool, arguments);
+    QCOMPARE(result.status, 2);
+    QCOMPARE(result.out, QByteArray());
+    QVERIFY2(result.err.startsWith("zqxml-") && result.err.count('\n') == 1, result.err.constData());
+    QCOMPARE(files(), QStringList());
+}
+
+void tst_Tools::failures_data()
+{
+    QTest::addColumn<QString>("script"); // run before, in the directory
+    QTest::addColumn<QString>("tool");
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QByteArray>("line");
+
+    const auto row = [](const char *name, const char *script, const QString &tool, const char *arguments,
+                        const char *line) {
+        QTest::newRow(name) << QString::fromLatin1(script) << tool << words(arguments)
+                            << QByteArray(tool == query ? "zqxml-query: " : "zqxml-store: ") + line + '\n';
+    };
+    row("unknown key", "", query, "jobs --key 9e3779b1:10 --key ABC:0", "nothing has the key abc:0");
+    row("no reply", "", query, "books --key a1a7c86:20", "no reply: the server has no books under the key");
+    row("missing file", "", query, "outputs --database none", "none: No such file or directory");
+    row("directory", "", query, "outputs --database .", ".: file to open is a directory");
+    row("no database", "echo text > it", query, "outputs --database it",
+        "it: no record store: file is not a database");
+    row("empty database", "\"$0\" create it --outputs 0", query, "outputs --database it",
+        "no reply: the server has no outputs");
+    row("unknown driver", "", query, "outputs --database qnone://host/shop",
+        "qnone://host/shop: no database driver QNONE");
+    row("existing file", "echo text > it", store, "create it --sample", "it: exists; --force would overwrite it");
+    row("missing directory", "", store, "create none/it --sample", "none/it: No such file or directory");
+    row("directory in the way", "mkdir it", store, "create it --sample --force", "it: Is a directory");
+    row("too many", "", store, "create it --outputs 1 --jobs 2147483647", "it: more records than there are ids");
+}
+
+void tst_Tools::failures()
+{
+    QFETCH(QString, script);
+    QFETCH(QString, tool);
+    QFETCH(QStringList, arguments);
+    QFETCH(QByteArray, line);
+    QCOMPARE(shell(store, script.toUtf8().constData()).status, 0);
+    const QStringList before = files();
+    const Result result = run(tool, arguments);
+    QCOMPARE(result.err, line);
+    QCOMPARE(result.status, 1);
+    QCOMPARE(result.out, QByteArray());
+    QCOMPARE(files(), before);
+}
+
+void tst_Tools::outputThatCannotBeWritten()
+{
+    const Result full = run(query, words("outputs"), QStringLiteral("/dev/full"));
+    QCOMPARE(full.err, QByteArray("zqxml-query: cannot write: No space left on device\n"));
+    QCOMPARE(full.status, 1);
+    QCOMPARE(shell(query, "exec \"$0\" outputs >&-").status, 1);
+    const Result pipe = shell(query, "{ \"$0\" books --format xml; echo $? >&2; } | true");
+    QCOMPARE(pipe.err, QByteArray("zqxml-query: cannot write: Broken pipe\n1\n"));
+}
+
+void tst_Tools::samplesAreAlike()
+{
+    QCOMPARE(run(store, words("create shop --sample")).status, 0);
+    for (const char *question : {"outputs", "jobs --with-publications", "publications", "books"}) {
+        const QStringList arguments = words(question) + words("--format text");
+        QCOMPARE(run(query, arguments + words("--database shop")).out, run(query, arguments).out);
+    }
+    QCOMPARE(files(), words("shop"));
+}
+
+void tst_Tools::generatedStores()
+{
+    const Result created = run(store, words("create first --outputs 3 --publications 5 --jobs 500 --books 7 --seed 9"));
+    QCOMPARE(created.err, QByteArray());
+    QCOMPARE(created.status, 0);
+    QCOMPARE(run(store, words("create second --seed 9 --books 7 --jobs 500 --publications 5 --outputs 3")).status, 0);
+    QCOMPARE(run(store, words("create third --outputs 3 --publications 5 --jobs 500 --books 7")).status, 0);
+    const auto ask = [this](const char *question, const char *file) {
+        return run(query, words(question) + QStringList{QStringLiteral("--database"), QString::fromLatin1(file)}).out;
+    };
+    QVERIFY(ask("outputs", "first").endsWith("\n3 outputs\n"));
+    QVERIFY(ask("publications", "first").endsWith("\n5 publications\n"));
+    QVERIFY(ask("books", "first").endsWith("\n7 books\n"));
+    const char all[] = "jobs --with-publications --format text";
+    QVERIFY(ask(all, "first") == ask(all, "second"));
+    QVERIFY(ask(all, "first") != ask(all, "third"));
+}
+
+void tst_Tools::existingFilesAreKept()
+{
+    QCOMPARE(run(store, words("create shop --outputs 1")).status, 0);
+    QCOMPARE(run(store, words("create shop --outputs 2")).status, 1);
+    QVERIFY(run(query, words("outputs --database shop")).out.endsWith("\n1 output\n"));
+    QCOMPARE(run(store, words("create shop --outputs 2 --force")).status, 0);
+    QVERIFY(run(query, words("outputs --database shop")).out.endsWith("\n2 outputs\n"));
+    QCOMPARE(files(), words("shop"));
+}
+
+void tst_Tools::nothingHalfWritten()
+{
+    const Result full = shell(store, "ulimit -f 200; exec \"$0\" create it --outputs 1 --jobs 100000");
+    QCOMPARE(full.status, 1);
+    QCOMPARE(full.err.count('\n'), 1);
+    QCOMPARE(files(), QStringList());
+
+    QProcess process;
+    process.setWorkingDirectory(directory->path());
+    process.start(store, words("create it --outputs 1 --jobs 2000000000"));
+    QTRY_VERIFY(!files().isEmpty());
+    process.terminate();
+    process.waitForFinished(-1);
+    QCOMPARE(process.exitCode(), 143);
+    QCOMPARE(files(), QStringList());
+}
+
+QTEST_GUILESS_MAIN(tst_Tools)
+
+#include "tst_tools.moc"
