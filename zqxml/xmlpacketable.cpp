@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 #include <map>
 #include <memory>
@@ -45,6 +46,18 @@ QString toText(QLatin1String view)
 QString toText(QStringView view)
 {
     return view.toString();
+}
+
+// Not QLatin1String::indexOf(), which widens the whole text first in Qt 5.
+qsizetype indexOf(QLatin1String view, char c, qsizetype from)
+{
+    const void *const found = std::memchr(view.data() + from, c, static_cast<std::size_t>(view.size() - from));
+    return found ? static_cast<const char *>(found) - view.data() : -1;
+}
+
+qsizetype indexOf(QStringView view, char c, qsizetype from)
+{
+    return view.indexOf(QLatin1Char(c), from);
 }
 
 bool isAscii(const char *from, const char *end)
@@ -88,7 +101,7 @@ public:
     bool next(View &part)
     {
         while (from < text.size()) {
-            Size end = static_cast<Size>(text.indexOf(separator, from));
+            Size end = static_cast<Size>(indexOf(text, separator, from));
             if (end < 0)
                 end = text.size();
             part = text.mid(from, end - from);
@@ -110,7 +123,7 @@ public:
 
 private:
     View text;
-    QLatin1Char separator;
+    char separator;
     Size from = 0;
 };
 
@@ -412,7 +425,7 @@ private:
     bool split(View line, View &tag, View &value)
     {
         Level &level = levels.back();
-        const Size found = static_cast<Size>(line.indexOf(QLatin1Char(' ')));
+        const Size found = static_cast<Size>(indexOf(line, ' ', 0));
         if (found >= 0) {
             level.tagSize = found;
             level.valueSize = line.size() - found - 1;
