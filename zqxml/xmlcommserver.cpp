@@ -18,11 +18,27 @@ constexpr ZQQUEUE jobQueue{3};
 constexpr SORTTYPE sortType{4};
 constexpr SORTORDER sortOrder{0};
 
-void appendChain(ZQLIST_ELEMENT *&head, ZQLIST_ELEMENT *chain)
+/** Joins chains. Each is appended at the end found before, since AddListList() walks from the head that it is given. */
+class JoinedChain
 {
-    if (chain)
-        AddListList(&head, chain);
-}
+public:
+    void append(ZQLIST_ELEMENT *chain)
+    {
+        if (chain)
+            AddListList(end, chain);
+        while (*end)
+            end = &(*end)->next;
+    }
+
+    ZQLIST_ELEMENT *first() const
+    {
+        return head;
+    }
+
+private:
+    ZQLIST_ELEMENT *head = nullptr;
+    ZQLIST_ELEMENT **end = &head;
+};
 
 void appendJob(XMLPacket &packet, ZQJOB_CC &converter, const char *name, ZQJOB *job)
 {
@@ -96,12 +112,12 @@ ZQLIST_ELEMENT *XMLCommServer::getBooks(ZQKEY_ELEMENT key) const
 
 ZQLIST_ELEMENT *XMLCommServer::getBooks(const QList<ZQKEY_ELEMENT *> &keys) const
 {
-    ZQLIST_ELEMENT *books = nullptr;
+    JoinedChain books;
     for (const ZQKEY_ELEMENT *const key : keys) {
         if (key)
-            appendChain(books, getBooks(*key));
+            books.append(getBooks(*key));
     }
-    return books;
+    return books.first();
 }
 
 ZQLIST_ELEMENT *XMLCommServer::getZQJOBs(ZQKEY_ELEMENT key) const
@@ -116,12 +132,12 @@ ZQLIST_ELEMENT *XMLCommServer::getZQJOBs(ZQKEY_ELEMENT key) const
 
 ZQLIST_ELEMENT *XMLCommServer::getZQJOBs(const QList<ZQKEY_ELEMENT *> &keys) const
 {
-    ZQLIST_ELEMENT *jobs = nullptr;
+    JoinedChain jobs;
     for (const ZQKEY_ELEMENT *const key : keys) {
         if (key)
-            appendChain(jobs, getZQJOBs(*key));
+            jobs.append(getZQJOBs(*key));
     }
-    return jobs;
+    return jobs.first();
 }
 
 void XMLCommServer::sendOUTPUTs(int requester) const
@@ -179,12 +195,18 @@ void XMLCommServer::sendPublications(int requester, XMLAction *action) const
         if (!lowest || ZQJOB_CC::pageNumber(job) < ZQJOB_CC::pageNumber(lowest))
             lowest = job;
     }
+    // The chosen jobs leave the chain in one pass over it: each is unlinked where it is found.
+    for (ZQLIST_ELEMENT **link = &jobs; *link;) {
+        ZQJOB *const job = static_cast<ZQJOB *>(*link);
+        if (job->publicationName && chosen[job->publicationID] == job)
+            RemoveItemFromList(link, job);
+        else
+            link = &job->next;
+    }
     XMLPacket *const packet = getXMLPacket(requester);
     ZQJOB_CC converter;
-    for (const auto &[publicationID, job] : chosen) {
-        RemoveItemFromList(&jobs, job);
+    for (const auto &[publicationID, job] : chosen)
         appendJob(*packet, converter, job->publicationName, job); // on purpose not the job's own name
-    }
     reply(packet);
     ZQPacketFreeList(&jobs, JOB_TYPE);
 }
@@ -210,19 +232,19 @@ void XMLCommServer::sendBooks(int requester, XMLAction *action) const
 template <typename Query>
 ZQLIST_ELEMENT *XMLCommServer::gather(const XMLAction *action, PACKETDATATYPES listType, Query query) const
 {
-    ZQLIST_ELEMENT *found = nullptr;
     const QList<ZQKEY_ELEMENT *> keys
         = action && action->hasZQKEYList() ? action->getZQKEYList() : QList<ZQKEY_ELEMENT *>();
     if (!keys.isEmpty()) {
-        found = query(keys);
+        ZQLIST_ELEMENT *const found = query(keys);
         qDeleteAll(keys);
         return found;
     }
+    JoinedChain found;
     ZQLIST_ELEMENT *entries = getDBList(listType);
     for (const ZQLIST_ELEMENT *entry = entries; entry; entry = entry->next)
-        appendChain(found, query(static_cast<const ZQDBLIST_ENTRY *>(entry)->key));
+        found.append(query(static_cast<const ZQDBLIST_ENTRY *>(entry)->key));
     ZQPacketFreeList(&entries, DBLIST_ENTRY_TYPE);
-    return found;
+    return found.first();
 }
 
 ZQLIST_ELEMENT *XMLCommServer::gatherJobs(const XMLAction *action) const
