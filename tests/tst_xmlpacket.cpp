@@ -334,7 +334,15 @@ void tst_XMLPacket::appendVShares()
         QCOMPARE(dump(ui.getNode().parentNode()),
                  QStringLiteral("body(action[name=changed originator=3 type=2] ui img msg packetable)"));
     }
-    // The object outlives the packet and can still be changed.
+    // The objects outlive the packet: they can be printed, changed and appended elsewhere. Nothing must follow their
+    // links to the neighbours that they had: valgrind and the sanitizers watch.
+    QCOMPARE(ui.toString().trimmed(), QStringLiteral("<ui/>"));
+    XMLPacket next;
+    next.appendV(message);
+    next.appendV(ui);
+    QCOMPARE(dump(ui.getNode().parentNode()), QStringLiteral("body(msg ui)"));
+    next.init(nullptr);
+    QCOMPARE(message.toString().trimmed() + ui.toString().trimmed(), QStringLiteral("<msg/><ui/>"));
     action.setVisible(false);
     action.setName(QStringLiteral("again"));
     QCOMPARE(dump(action.getNode()), QStringLiteral("action[name=again originator=3 type=2](visible(\"0\"))"));

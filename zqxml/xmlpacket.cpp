@@ -234,12 +234,17 @@ XMLPacket::XMLPacket() :
     init(nullptr);
 }
 
-XMLPacket::~XMLPacket() = default;
+XMLPacket::~XMLPacket()
+{
+    separateContent();
+}
 
 void XMLPacket::init(const XMLPacket *other)
 {
     if (other) {
-        packetDocument = deepCopy(other->packetDocument);
+        const QDomDocument copy = deepCopy(other->packetDocument);
+        separateContent();
+        packetDocument = copy;
         rootElement = packetDocument.documentElement();
         headerElement = getElement(rootElement, HEADER);
         sourceElement = getElement(headerElement, SOURCE);
@@ -247,12 +252,28 @@ void XMLPacket::init(const XMLPacket *other)
         bodyElement = getElement(rootElement, BODY);
         return;
     }
+    separateContent();
     packetDocument = createDocument(ZQ_NAMESPACE, rootNodeName());
     rootElement = packetDocument.documentElement();
     headerElement = createElement(rootElement, HEADER);
     sourceElement = createElement(headerElement, SOURCE);
     destinationElement = createElement(headerElement, DESTINATION);
     bodyElement = createElement(rootElement, BODY);
+}
+
+// The toolkit leaves elements that outlive their tree with links to their former neighbours, which may be gone; printing
+// one, or appending it again, follows them. So each gets a parent of its own before the document goes.
+void XMLPacket::separateContent()
+{
+    QDomNode child = bodyElement.firstChild();
+    if (child.nextSibling().isNull())
+        return;
+    for (QDomNode next; !child.isNull(); child = next) {
+        next = child.nextSibling();
+        QDomElement parent = packetDocument.createElement(BODY);
+        bodyElement.replaceChild(parent, child);
+        parent.appendChild(child);
+    }
 }
 
 XMLPacket &XMLPacket::operator=(const XMLPacket &other)

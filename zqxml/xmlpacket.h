@@ -37,7 +37,11 @@ public:
     /** Makes a packet without agent numbers and with an empty body. */
     XMLPacket();
 
-    /** Releases the document. Elements of it that are still referred to live on, without a document. */
+    /**
+     * Releases the document. Elements of the body that are still referred to live on, each on its own, and can be read,
+     * changed and appended elsewhere. Of elements further down only their own content may still be looked at: the
+     * toolkit leaves them with links to neighbours that are gone. A handle to the document must not be kept.
+     */
     ~XMLPacket() override;
 
     /**
@@ -113,6 +117,7 @@ public:
 
 private:
     QDomElement adopt(const QDomNode &element);
+    void separateContent();
 
     QDomDocument packetDocument;
     QDomElement rootElement;
