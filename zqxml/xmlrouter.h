@@ -40,7 +40,8 @@ public:
 
     /**
      * Removes and deletes the comm server agent, so that agents that want to know get agentRemoved(-1), and deletes the
-     * broker. On purpose, packets that still wait are abandoned, not deleted, and agents keep their pointer to the
+     * broker. Every registered agent is asked whether it wants to know: remove those that go before the router does.
+     * On purpose, packets that still wait are abandoned, not deleted, and agents keep their pointer to the
      * router.
      */
     ~XMLRouter() override;
