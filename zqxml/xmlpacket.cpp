@@ -226,6 +226,22 @@ QString printInOneOrder(const QDomDocument &document)
     }
 }
 
+// The toolkit leaves elements that outlive their tree with links to their former neighbours, which may be gone; printing
+// one, or appending it again, follows them. So each gets a parent of its own before the document goes.
+void separateContent(QDomElement &body)
+{
+    QDomNode child = body.firstChild();
+    if (child.nextSibling().isNull())
+        return;
+    QDomDocument document = body.ownerDocument();
+    for (QDomNode next; !child.isNull(); child = next) {
+        next = child.nextSibling();
+        QDomElement parent = document.createElement(XMLPacket::BODY);
+        body.replaceChild(parent, child);
+        parent.appendChild(child);
+    }
+}
+
 } // namespace
 
 XMLPacket::XMLPacket() :
@@ -236,14 +252,14 @@ XMLPacket::XMLPacket() :
 
 XMLPacket::~XMLPacket()
 {
-    separateContent();
+    separateContent(bodyElement);
 }
 
 void XMLPacket::init(const XMLPacket *other)
 {
     if (other) {
         const QDomDocument copy = deepCopy(other->packetDocument);
-        separateContent();
+        separateContent(bodyElement);
         packetDocument = copy;
         rootElement = packetDocument.documentElement();
         headerElement = getElement(rootElement, HEADER);
@@ -252,28 +268,13 @@ void XMLPacket::init(const XMLPacket *other)
         bodyElement = getElement(rootElement, BODY);
         return;
     }
-    separateContent();
+    separateContent(bodyElement);
     packetDocument = createDocument(ZQ_NAMESPACE, rootNodeName());
     rootElement = packetDocument.documentElement();
     headerElement = createElement(rootElement, HEADER);
     sourceElement = createElement(headerElement, SOURCE);
     destinationElement = createElement(headerElement, DESTINATION);
     bodyElement = createElement(rootElement, BODY);
-}
-
-// The toolkit leaves elements that outlive their tree with links to their former neighbours, which may be gone; printing
-// one, or appending it again, follows them. So each gets a parent of its own before the document goes.
-void XMLPacket::separateContent()
-{
-    QDomNode child = bodyElement.firstChild();
-    if (child.nextSibling().isNull())
-        return;
-    for (QDomNode next; !child.isNull(); child = next) {
-        next = child.nextSibling();
-        QDomElement parent = packetDocument.createElement(BODY);
-        bodyElement.replaceChild(parent, child);
-        parent.appendChild(child);
-    }
 }
 
 XMLPacket &XMLPacket::operator=(const XMLPacket &other)

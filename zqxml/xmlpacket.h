@@ -117,7 +117,6 @@ public:
 
 private:
     QDomElement adopt(const QDomNode &element);
-    void separateContent();
 
     QDomDocument packetDocument;
     QDomElement rootElement;
