@@ -21,7 +21,7 @@ class ZQPacketable
 public:
     /** Makes an empty record of data type \a type: no payload, no name. */
     explicit ZQPacketable(PACKETDATATYPES type);
-    virtual ~ZQPacketable();
+    virtual ~ZQPacketable(); ///< Frees the payload and the name.
     ZQPacketable(const ZQPacketable &) = delete;
 
     /** Takes the values of \a other over, as a copy. */
@@ -63,7 +63,7 @@ public:
 class ZQJOB_CC : public ZQPacketable
 {
 public:
-    ZQJOB_CC();
+    ZQJOB_CC(); ///< Makes an empty converter.
 
     /** Removes from \a job the lists that a receiver of job lists has no use for. Null is ignored. */
     static void trimLists(ZQJOB *job);
@@ -76,7 +76,7 @@ public:
 class BOOK_CC : public ZQPacketable
 {
 public:
-    BOOK_CC();
+    BOOK_CC(); ///< Makes an empty converter.
 };
 
 /** Identifies one message exchanged with the command server; filled by every call, read by nobody here. */
@@ -101,7 +101,7 @@ class ZQCommServer
 public:
     /** Asks over \a connection, which is taken over. */
     explicit ZQCommServer(ZQCONNECTION *connection);
-    ~ZQCommServer();
+    ~ZQCommServer(); ///< Closes the connection.
     ZQCommServer(const ZQCommServer &) = delete;
     ZQCommServer &operator=(const ZQCommServer &) = delete;
 
