@@ -7,6 +7,19 @@
 
 #include <QPointer>
 
+namespace {
+
+// What is being destroyed is an action no longer, so entries are compared as objects.
+void removeEntries(QList<XMLAction *> &actions, const QObject *destroyed)
+{
+    for (int i = static_cast<int>(actions.size()) - 1; i >= 0; --i) {
+        if (actions.at(i) == destroyed)
+            actions.removeAt(i);
+    }
+}
+
+} // namespace
+
 XMLActionGroup::XMLActionGroup(QObject *parent, const char *name) :
     QObject(parent), updating(false)
 {
@@ -73,12 +86,15 @@ void XMLActionGroup::removeAction(XMLAction *action)
         action->setActionGroup(nullptr);
         action->disconnect(this);
         actionList.removeOne(action);
-    } else if (signalSender) {
-        // A member that is being destroyed is an action no longer. None of its entries may stay.
-        for (int i = static_cast<int>(actionList.size()) - 1; i >= 0; --i) {
-            if (actionList.at(i) == signalSender)
-                actionList.removeAt(i);
+        // An action that was added twice is listed still. It is no longer followed, but its end must not be missed.
+        if (actionList.contains(action)) {
+            connect(action, &QObject::destroyed, [group = QPointer<XMLActionGroup>(this)](const QObject *destroyed) {
+                if (group)
+                    removeEntries(group->actionList, destroyed);
+            });
         }
+    } else if (signalSender) {
+        removeEntries(actionList, signalSender);
     }
 }
 
