@@ -29,7 +29,7 @@ class ZQXML_EXPORT XMLActionGroup : public QObject
 public:
     /** Makes an empty group with \a parent; \a name, Latin-1, becomes the object name. */
     explicit XMLActionGroup(QObject *parent = nullptr, const char *name = nullptr);
-    ~XMLActionGroup() override;
+    ~XMLActionGroup() override; ///< Neither deletes the members nor tells them.
 
     /**
      * Appends \a action, which stays the caller's, to the members and returns it; null is ignored. Its checked state is

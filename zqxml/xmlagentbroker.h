@@ -17,7 +17,7 @@ class ZQXML_EXPORT XMLAgentBroker
 public:
     /** Makes a broker without a router. */
     XMLAgentBroker();
-    virtual ~XMLAgentBroker();
+    virtual ~XMLAgentBroker(); ///< Does nothing.
 
     /**
      * Returns the id of an agent of type \a agentType: makes one, registers it with XMLRouter::add(), and returns its

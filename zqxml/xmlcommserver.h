@@ -37,7 +37,7 @@ public:
 
     /** Makes an agent that asks \a commServer, which is not taken over; with null it finds nothing. */
     explicit XMLCommServer(ZQCommServer *commServer);
-    ~XMLCommServer() override;
+    ~XMLCommServer() override; ///< Does nothing: the server is not owned.
 
     /** Answers the request in \a packet, if it is one, and disposes of the packet. Null is ignored. */
     void receive(XMLPacket *packet) override;
