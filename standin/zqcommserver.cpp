@@ -105,11 +105,21 @@ template <typename MakeRecord>
 ZQLIST_ELEMENT *fetch(QSqlQuery &query, const char *call, ZQLPCOMMANDS &commands, PACKETDATATYPES type, MakeRecord make)
 {
     ZQLIST_ELEMENT *head = nullptr;
+    if (ZQFaults().emptyChains)
+        return head;
     ZQLIST_ELEMENT **tail = &head;
     query.exec();
     while (query.next()) {
         *tail = make(query);
         tail = &(*tail)->next;
+        if (ZQFaults().brokenChains)
+            break;
+    }
+    if (ZQFaults().brokenChains) {
+        report(call, QStringLiteral("broken off"));
+        commands.error = 1;
+        if (type == DBLIST_ENTRY_TYPE)
+            ZQPacketFreeList(&head, type);
     }
     const QSqlError error = query.lastError();
     if (error.isValid()) {

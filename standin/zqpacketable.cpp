@@ -19,6 +19,12 @@ unsigned int ZQLiveConverters()
     return liveConverters;
 }
 
+ZQFAULTS &ZQFaults()
+{
+    static ZQFAULTS faults;
+    return faults;
+}
+
 ZQPacketable::ZQPacketable(PACKETDATATYPES type) :
     payload(nullptr), dataType(type), reserved(), name(nullptr)
 {
@@ -32,6 +38,8 @@ ZQPacketable::~ZQPacketable()
     --liveConverters;
 }
 
+// The reserved words hold nothing here.
+// cppcheck-suppress operatorEqVarError
 ZQPacketable &ZQPacketable::operator=(const ZQPacketable &other)
 {
     if (this == &other)
@@ -45,12 +53,12 @@ ZQPacketable &ZQPacketable::operator=(const ZQPacketable &other)
 
 char *ZQPacketable::toPacket(unsigned int &length)
 {
-    return ZQWriteRecord(payload, dataType, length);
+    return ZQFaults().noText ? nullptr : ZQWriteRecord(payload, dataType, length);
 }
 
 bool ZQPacketable::fromPacket(char *text, unsigned int length, bool, bool)
 {
-    ZQLIST_ELEMENT *const record = ZQReadRecord(text, length, dataType);
+    ZQLIST_ELEMENT *const record = ZQFaults().refusedText ? nullptr : ZQReadRecord(text, length, dataType);
     if (record)
         setData(record);
     return record;
@@ -71,6 +79,8 @@ void ZQPacketable::setName(const char *text)
 
 ZQPacketable *PacketableUtil::getPacketable(PACKETDATATYPES type)
 {
+    if (ZQFaults().unknownTypes)
+        return nullptr;
     switch (type) {
     case JOB_TYPE:
         return new ZQJOB_CC;

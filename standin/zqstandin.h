@@ -73,6 +73,19 @@ bool ZQCreateStore(const QString &file, const ZQSTORESIZE &size, const ZQPROGRES
 /** As ZQCreateStore(), with the sample data. */
 bool ZQCreateSampleStore(const QString &file, QString *error);
 
+/** What goes wrong on purpose, for the tests of what calls the record library. */
+struct ZQFAULTS {
+    bool noText = false; ///< ZQPacketable::toPacket() fails
+    bool refusedText = false; ///< ZQPacketable::fromPacket() accepts nothing
+    bool unknownTypes = false; ///< PacketableUtil::getPacketable() knows no type
+    bool emptyChains = false; ///< every list is empty, without an error
+    /** Every list breaks off with an error: getDBList() gives nothing, the others give the first record. */
+    bool brokenChains = false;
+};
+
+/** Returns the faults of this process, to be changed at will; none at first. */
+ZQFAULTS &ZQFaults();
+
 /** Returns how many calls of ZQCommServer have failed in this process, each with its line on standard error. */
 unsigned int ZQFailedCalls();
 
