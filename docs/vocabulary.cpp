@@ -92,7 +92,8 @@ QString toText(const QString &value)
     return value.isNull() ? QStringLiteral("a null text") : value;
 }
 
-template <typename Value> QString toText(const QList<Value> &value)
+template <typename Value>
+QString toText(const QList<Value> &value)
 {
     return value.isEmpty() ? QStringLiteral("an empty list") : QStringLiteral("%1 entries").arg(value.size());
 }
@@ -118,7 +119,8 @@ QString toText(double value)
 }
 
 /** Writes the row of one property: how \a set keeps it and what \a get returns without it. */
-template <typename Get, typename Set> void writeProperty(const char *keys, const char *encoding, Get get, Set set)
+template <typename Get, typename Set>
+void writeProperty(const char *keys, const char *encoding, Get get, Set set)
 {
     XMLAction action;
     const QString missing = toText((action.*get)());

@@ -214,7 +214,8 @@ QByteArray recordText(ZQPacketable &record)
     return buffer ? QByteArray(buffer.get(), static_cast<int>(length)) : QByteArray();
 }
 
-template <typename Number, typename Parse> QString plainList(const QString &text, int base, bool &ok, Parse parse)
+template <typename Number, typename Parse>
+QString plainList(const QString &text, int base, bool &ok, Parse parse)
 {
     QList<Number> values;
     const QStringList parts = text.split(QLatin1Char(' '), Qt::SkipEmptyParts);

@@ -16,8 +16,7 @@ static void initResources()
     Q_INIT_RESOURCE(standin);
 }
 
-Database::Database(const QString &driver, const QString &databaseName) :
-    name(makeName())
+Database::Database(const QString &driver, const QString &databaseName) : name(makeName())
 {
     handle = QSqlDatabase::addDatabase(driver, name);
     handle.setDatabaseName(databaseName);

@@ -421,10 +421,7 @@ const CONVERTSTRUCTELEMENTINFO *findTag(const RecordType &type, unsigned int tag
 class Reader
 {
 public:
-    explicit Reader(std::string_view text) :
-        rest(text)
-    {
-    }
+    explicit Reader(std::string_view text) : rest(text) { }
 
     bool readRecord(ZQLIST_ELEMENT *record, const RecordType &type)
     {
@@ -475,8 +472,8 @@ private:
     bool readItem(ZQLIST_ELEMENT *record, const RecordType &type, const Line &line)
     {
         unsigned int childType = 0;
-        const CONVERTSTRUCTELEMENTINFO *const row
-            = parse(line.value, childType) ? findNested(type, Storage::Item, childType) : nullptr;
+        const CONVERTSTRUCTELEMENTINFO *const row =
+            parse(line.value, childType) ? findNested(type, Storage::Item, childType) : nullptr;
         if (!row)
             return skip();
         return readFields(append(clear(record, *row), *findRecordType(childType)), *findRecordType(childType));

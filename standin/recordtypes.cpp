@@ -73,10 +73,10 @@ CONVERTSTRUCTELEMENTINFO *jobTable()
     using Record = ZQJOBRECORD;
     Rows<Record> row;
     static CONVERTSTRUCTELEMENTINFO table[] = {
-        row(CONV_TEXT, TAG_NAME, "name", static_cast<char *Record::*>(&Record::name)),
+        row(CONV_TEXT, TAG_NAME, "name", static_cast<char * Record::*>(&Record::name)),
         row(CONV_KEY, TAG_KEY, "key", &Record::key),
         row(CONV_RECORDID, TAG_ID, "id", &Record::id),
-        row(CONV_TEXT, TAG_JOB_PUBLICATION, "publication", static_cast<char *Record::*>(&Record::publicationName)),
+        row(CONV_TEXT, TAG_JOB_PUBLICATION, "publication", static_cast<char * Record::*>(&Record::publicationName)),
         row(CONV_RECORDID, TAG_JOB_PUBLICATIONID, "publicationID",
             static_cast<unsigned int Record::*>(&Record::publicationID)),
         row(CONV_KEY, TAG_JOB_PUBLICATIONKEY, "publicationKey", &Record::publicationKey),
@@ -139,7 +139,7 @@ CONVERTSTRUCTELEMENTINFO *bookTable()
     using Record = ZQBOOKRECORD;
     Rows<Record> row;
     static CONVERTSTRUCTELEMENTINFO table[] = {
-        row(CONV_TEXT, TAG_NAME, "name", static_cast<char *Record::*>(&Record::name)),
+        row(CONV_TEXT, TAG_NAME, "name", static_cast<char * Record::*>(&Record::name)),
         row(CONV_KEY, TAG_KEY, "key", &Record::key),
         row(CONV_RECORDID, TAG_ID, "id", &Record::id),
         row(CONV_UINT32, 0x4, "publication", &Record::publication),

@@ -16,10 +16,7 @@
 #include <memory>
 
 struct ZQCONNECTION {
-    ZQCONNECTION(const QString &driver, const QString &databaseName) :
-        database(driver, databaseName)
-    {
-    }
+    ZQCONNECTION(const QString &driver, const QString &databaseName) : database(driver, databaseName) { }
 
     bool prepare(QString *error)
     {
@@ -186,10 +183,7 @@ unsigned int ZQFailedCalls()
     return failedCalls;
 }
 
-ZQCommServer::ZQCommServer(ZQCONNECTION *opened) :
-    connection(opened)
-{
-}
+ZQCommServer::ZQCommServer(ZQCONNECTION *opened) : connection(opened) { }
 
 ZQCommServer::~ZQCommServer()
 {

@@ -25,8 +25,7 @@ ZQFAULTS &ZQFaults()
     return faults;
 }
 
-ZQPacketable::ZQPacketable(PACKETDATATYPES type) :
-    payload(nullptr), dataType(type), reserved(), name(nullptr)
+ZQPacketable::ZQPacketable(PACKETDATATYPES type) : payload(nullptr), dataType(type), reserved(), name(nullptr)
 {
     ++liveConverters;
 }
@@ -91,10 +90,7 @@ ZQPacketable *PacketableUtil::getPacketable(PACKETDATATYPES type)
     }
 }
 
-ZQJOB_CC::ZQJOB_CC() :
-    ZQPacketable(JOB_TYPE)
-{
-}
+ZQJOB_CC::ZQJOB_CC() : ZQPacketable(JOB_TYPE) { }
 
 void ZQJOB_CC::trimLists(ZQJOB *job)
 {
@@ -110,7 +106,4 @@ int ZQJOB_CC::pageNumber(const ZQJOB *job)
     return job ? static_cast<const ZQJOBRECORD *>(job)->page : 0;
 }
 
-BOOK_CC::BOOK_CC() :
-    ZQPacketable(BOOK_TYPE)
-{
-}
+BOOK_CC::BOOK_CC() : ZQPacketable(BOOK_TYPE) { }

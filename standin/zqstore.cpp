@@ -19,10 +19,7 @@ namespace {
 class Generator
 {
 public:
-    explicit Generator(quint64 seed) :
-        state(seed)
-    {
-    }
+    explicit Generator(quint64 seed) : state(seed) { }
 
     quint64 next()
     {
@@ -48,8 +45,8 @@ private:
     quint64 state;
 };
 
-constexpr const char *things[] = {"Plakat", "Katalog", "Jahresbericht", "Kochbuch", "Wanderführer", "Programm",
-                                  "Preisliste", "Roman", "Atlas", "Anleitung", "Kalender", "Comic"};
+constexpr const char *things[] = {"Plakat",     "Katalog", "Jahresbericht", "Kochbuch",  "Wanderführer", "Programm",
+                                  "Preisliste", "Roman",   "Atlas",         "Anleitung", "Kalender",     "Comic"};
 constexpr const char *places[] = {"Süd", "Köln", "Łódź", "Ísland", "Tromsø", "東京", "50% Ost", "Žiar", "Zoë", "Mitte"};
 constexpr const char *machines[] = {"Druckmaschine", "Bogenoffset", "Rolle", "Digital", "Proof", "Etiketten"};
 constexpr const char *papers[] = {"A3", "A4", "A5", "B2", "Letter", "210x280"};
@@ -77,10 +74,10 @@ quint64 totalOf(const ZQSTORESIZE &size)
 class StoreWriter
 {
 public:
-    StoreWriter(Database &database, const ZQSTORESIZE &storeSize, const ZQPROGRESS &callback) :
-        query(database.handle), size(storeSize), progress(callback), random(size.seed),
-        firstPublication(size.outputs + 1ull), firstJob(firstPublication + size.publications),
-        firstBook(firstJob + size.jobs)
+    StoreWriter(Database &database, const ZQSTORESIZE &storeSize, const ZQPROGRESS &callback)
+        : query(database.handle), size(storeSize), progress(callback), random(size.seed),
+          firstPublication(size.outputs + 1ull), firstJob(firstPublication + size.publications),
+          firstBook(firstJob + size.jobs)
     {
     }
 
@@ -101,8 +98,8 @@ private:
     bool insert(quint64 id, unsigned int hkey, const QString &name, std::initializer_list<QVariant> others)
     {
         // The factor is odd, so no two ids below 2^32 share a key.
-        const QVariant first[]
-            = {id, static_cast<quint64>(static_cast<quint32>(id * 2654435761u)), static_cast<quint64>(hkey), name};
+        const QVariant first[] = {id, static_cast<quint64>(static_cast<quint32>(id * 2654435761u)),
+                                  static_cast<quint64>(hkey), name};
         int column = 0;
         for (const QVariant &value : first)
             query.bindValue(column++, value);

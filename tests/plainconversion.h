@@ -130,8 +130,8 @@ inline unsigned int toDom(QDomElement &parent, QStringList &lines, unsigned int 
             case Strings: {
                 QDomElement field = XMLObject::createElement(parent, tag);
                 bool ok = false;
-                const unsigned int count
-                    = value.section(QLatin1Char(' '), 0, 0, QString::SectionSkipEmpty).toUInt(&ok, 16);
+                const unsigned int count =
+                    value.section(QLatin1Char(' '), 0, 0, QString::SectionSkipEmpty).toUInt(&ok, 16);
                 if (!ok)
                     break;
                 XMLObject::setAttribute(field, XMLPacketable::SIZE, count, 16);
@@ -184,9 +184,8 @@ inline QString toPacket(const QDomElement &element)
             text += toPacket(child);
             text += QStringLiteral("%1 0\n").arg(XMLPacketable::END_LIST);
         } else if (name == XMLPacketable::ITEM) {
-            text += QStringLiteral("%1 %2\n")
-                        .arg(XMLPacketable::START_ITEM)
-                        .arg(child.attribute(XMLPacketable::DATATYPE));
+            text +=
+                QStringLiteral("%1 %2\n").arg(XMLPacketable::START_ITEM).arg(child.attribute(XMLPacketable::DATATYPE));
             text += toPacket(child);
             text += QStringLiteral("%1 0\n").arg(XMLPacketable::END_ITEM);
         } else if (const CONVERTSTRUCTELEMENTINFO *const row = findRow(table, name)) {
@@ -200,8 +199,8 @@ inline QString toPacket(const QDomElement &element)
                             .arg(child.attribute(XMLPacketable::KEY))
                             .arg(child.attribute(XMLPacketable::HKEY));
             } else if (shape == Numbers || shape == Strings) {
-                const QString joined
-                    = joinValues(child, shape == Numbers ? QStringLiteral(" ") : QStringLiteral("\r"), count);
+                const QString joined =
+                    joinValues(child, shape == Numbers ? QStringLiteral(" ") : QStringLiteral("\r"), count);
                 text += QStringLiteral("%1 %2 %3\n").arg(name).arg(count).arg(joined);
             }
         }

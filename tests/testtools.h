@@ -50,8 +50,8 @@ inline QString dump(const QDomNode &n)
 class TextRecord : public ZQPacketable
 {
 public:
-    explicit TextRecord(const QByteArray &packetText, PACKETDATATYPES type = PACKETDATATYPES(0x1f)) :
-        ZQPacketable(type), text(packetText)
+    explicit TextRecord(const QByteArray &packetText, PACKETDATATYPES type = PACKETDATATYPES(0x1f))
+        : ZQPacketable(type), text(packetText)
     {
     }
 
@@ -74,8 +74,7 @@ private:
 class RecordingAgent : public XMLAgent
 {
 public:
-    explicit RecordingAgent(int type = 100, bool wantsRemovals = true) :
-        XMLAgent(type)
+    explicit RecordingAgent(int type = 100, bool wantsRemovals = true) : XMLAgent(type)
     {
         removalNotificationsWanted = wantsRemovals;
     }

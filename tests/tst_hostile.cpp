@@ -36,7 +36,8 @@ public:
         budget = 80;
     }
 
-    template <typename Step> void run(Step step)
+    template <typename Step>
+    void run(Step step)
     {
         constexpr int deepest = 12;
         if (budget <= 0 || depth >= deepest)
@@ -52,7 +53,8 @@ public:
         return random.bounded(bound);
     }
 
-    template <typename Container> auto oneOf(const Container &container)
+    template <typename Container>
+    auto oneOf(const Container &container)
     {
         return *std::next(container.begin(), below(static_cast<int>(container.size())));
     }

@@ -32,7 +32,8 @@ private:
     {
         std::unique_ptr<ZQPacketable> record(PacketableUtil::getPacketable(type));
         QByteArray bytes = text;
-        const bool read = record && record->fromPacket(bytes.data(), static_cast<unsigned int>(bytes.size()), false, true);
+        const bool read =
+            record && record->fromPacket(bytes.data(), static_cast<unsigned int>(bytes.size()), false, true);
         return read ? std::move(record) : nullptr;
     }
 
@@ -64,14 +65,17 @@ void tst_RoundTrip::conversionKinds_data()
     QTest::addColumn<unsigned int>("type");
     QTest::addColumn<QByteArray>("before");
     QTest::addColumn<QByteArray>("after");
-    const auto row = [](unsigned int kind, const char *name, PACKETDATATYPES type, const char *before, const char *after) {
+    const auto row = [](unsigned int kind, const char *name, PACKETDATATYPES type, const char *before,
+                        const char *after) {
         QTest::newRow(qPrintable(QStringLiteral("%1: %2").arg(kind).arg(QLatin1String(name))))
             << static_cast<unsigned int>(type) << QByteArray(before) << QByteArray(after);
     };
     const auto same = [&row](unsigned int kind, const char *name, PACKETDATATYPES type, const char *line) {
         row(kind, name, type, line, line);
     };
-    same(CONV_TEXT, "text", JOB_TYPE, "1 Gr\xc3\xbc\xc3\x9f" "e 100% %1");
+    same(CONV_TEXT, "text", JOB_TYPE,
+         "1 Gr\xc3\xbc\xc3\x9f"
+         "e 100% %1");
     row(CONV_TEXT, "blanks at the end of a text are dropped", JOB_TYPE, "1 a ", "1 a");
     same(CONV_FIXEDTEXT, "fixed text", JOB_TYPE, "d A4 quer");
     same(CONV_CHARACTER, "character", JOB_TYPE, "e P");
@@ -92,7 +96,8 @@ void tst_RoundTrip::conversionKinds_data()
     same(CONV_INT32ARRAY, "signed numbers", SECTION_TYPE, "4 3 -1 0 2147483647");
     same(CONV_NUMBERARRAY, "numbers of 1 byte", JOB_TYPE, "18 2 0 ff");
     same(CONV_NUMBERARRAY, "nine numbers", JOB_TYPE, "18 9 1 2 3 4 5 6 7 8 9");
-    row(CONV_NUMBERARRAY, "ten numbers: counted in decimal, read in base 16", JOB_TYPE, "18 a 1 2 3 4 5 6 7 8 9 a", "18 0");
+    row(CONV_NUMBERARRAY, "ten numbers: counted in decimal, read in base 16", JOB_TYPE, "18 a 1 2 3 4 5 6 7 8 9 a",
+        "18 0");
     same(CONV_NUMBERARRAY, "no numbers", JOB_TYPE, "18 0");
     same(CONV_NUMBERARRAY, "numbers of 2 bytes", JOB_TYPE, "19 2 0 ffff");
     same(CONV_NUMBERARRAY, "numbers of 4 bytes", JOB_TYPE, "1a 2 0 ffffffff");
@@ -143,13 +148,15 @@ void tst_RoundTrip::sampleRecords_data()
 
 void tst_RoundTrip::sampleRecords()
 {
-    // Every record of the sample, rebuilt from its XML, writes the same text but for the lines that are known to change.
+    // Every record of the sample, rebuilt from its XML, writes the same text but for the lines that are known to
+    // change.
     QFETCH(int, request);
     QString error;
     ZQCommServer server(ZQOpenSampleStore(&error));
     XMLCommServer agent(&server);
     PACKETDATATYPES type = DBLIST_ENTRY_TYPE;
-    ZQLIST_ELEMENT *chain = agent.getDBList(request == XMLCommServer::REQUEST_BOOKS ? BOOK_LIST_TYPE : OUTPUT_LIST_TYPE);
+    ZQLIST_ELEMENT *chain =
+        agent.getDBList(request == XMLCommServer::REQUEST_BOOKS ? BOOK_LIST_TYPE : OUTPUT_LIST_TYPE);
     if (request != XMLCommServer::REQUEST_OUTPUTS) {
         const bool jobs = request == XMLCommServer::REQUEST_JOBS;
         type = jobs ? JOB_TYPE : BOOK_TYPE;
@@ -199,8 +206,9 @@ void tst_RoundTrip::sampleRecords()
 
 void tst_RoundTrip::nestedRecords()
 {
-    const QByteArray text("SI 56\n1 B\n2 1 2\nSI 58\n1 Linen\nSL 1\nSI 59\n1 U1\n2 -1\nTI 0\nTL 0\nTI 0\nSL 2\nSI 57\n1 S1\n"
-                          "4 2 1 -2\nSL 2\nSI 59\n2 1\nTI 0\nSI 59\n2 2\nTI 0\nTL 0\nTI 0\nSI 57\n1 S2\nTI 0\nTL 0\nTI 0\n");
+    const QByteArray text(
+        "SI 56\n1 B\n2 1 2\nSI 58\n1 Linen\nSL 1\nSI 59\n1 U1\n2 -1\nTI 0\nTL 0\nTI 0\nSL 2\nSI 57\n1 S1\n"
+        "4 2 1 -2\nSL 2\nSI 59\n2 1\nTI 0\nSI 59\n2 2\nTI 0\nTL 0\nTI 0\nSI 57\n1 S2\nTI 0\nTL 0\nTI 0\n");
     const auto record = makeRecord(text, BOOK_TYPE);
     QVERIFY(record);
     XMLPacketable object;
@@ -225,7 +233,8 @@ void tst_RoundTrip::heldRecord()
     ZQPacketable *const held = object.getDataConst();
     QVERIFY2(held, "a failed attempt is no obstacle");
     QVERIFY(held != record.get());
-    object.getNode().firstChildElement().firstChildElement().setAttribute(QStringLiteral("value"), QStringLiteral("second"));
+    object.getNode().firstChildElement().firstChildElement().setAttribute(QStringLiteral("value"),
+                                                                          QStringLiteral("second"));
     QCOMPARE(object.getDataConst(), held);
     QCOMPARE(lineOf(textOf(*held), "1"), QByteArray("1 first"));
     const std::unique_ptr<ZQPacketable> copy(object.getData());

@@ -18,12 +18,13 @@
 namespace {
 
 // Every conversion type has a line here. Where a number may be written in two bases, its digits tell them apart.
-const char jobText[] = "SI 15\n1 Plakat 50%  groß\n2 ffffffff a\n3 4d2\n4 Süd & Co\n5 80000000\n1e b c0000000\n"
-                       "6 -12\n7 3\n8 1f\n9 ff\na fffe\nb fedcba9876543210\nc -86400\nd A4\ne P\nf 1\n10 3.175\n"
-                       "11 0.98\n12 -90\n13 -3000 12\n14 deadbeef\n15 00ff10\n16 4 3 3 213 -1e+100\n"
-                       "17 2 Cyan\rGrün 100%\n18 a 0 1 2 3 4 5 6 7 8 ff\n19 1 ffff\n1a 2 1 fffffffe\n1b 1 fedcba9876543210\n"
-                       "SL 2\nSI 16\n1 Cyan\n2 15.5\n3 133.3\n4 64\nTI 0\nSI 16\n1 Gold\n2 0\n3 0\n4 0\nTI 0\nTL 0\n"
-                       "SL 1\nSI 17\n1 arrived\n2 1772409600\n3 1\nTI 0\nTL 0\nTI 0\n";
+const char jobText[] =
+    "SI 15\n1 Plakat 50%  groß\n2 ffffffff a\n3 4d2\n4 Süd & Co\n5 80000000\n1e b c0000000\n"
+    "6 -12\n7 3\n8 1f\n9 ff\na fffe\nb fedcba9876543210\nc -86400\nd A4\ne P\nf 1\n10 3.175\n"
+    "11 0.98\n12 -90\n13 -3000 12\n14 deadbeef\n15 00ff10\n16 4 3 3 213 -1e+100\n"
+    "17 2 Cyan\rGrün 100%\n18 a 0 1 2 3 4 5 6 7 8 ff\n19 1 ffff\n1a 2 1 fffffffe\n1b 1 fedcba9876543210\n"
+    "SL 2\nSI 16\n1 Cyan\n2 15.5\n3 133.3\n4 64\nTI 0\nSI 16\n1 Gold\n2 0\n3 0\n4 0\nTI 0\nTL 0\n"
+    "SL 1\nSI 17\n1 arrived\n2 1772409600\n3 1\nTI 0\nTL 0\nTI 0\n";
 const char bookText[] = "SI 56\n1 Atlas\n2 1 2\n3 c9\n4 65\n5 20\n6 10\n7 ffffffffffffffff\n8 -12050\n9 1 Käfer\n"
                         "SI 58\n1 Leinen\n2 2.2\n3 2 4 1\n4 2 12c 19\n5 1 c0000c90\n6 1 100000020\n7 2 -6000000000 9\n"
                         "SL 1\nSI 59\n1 U1\n2 1\n3 F\n4 0\nTI 0\nTL 0\nTI 0\n"
@@ -52,10 +53,7 @@ bool load(ZQPacketable &record, const QByteArray &text)
 class Chain
 {
 public:
-    Chain(ZQLIST_ELEMENT *first, PACKETDATATYPES dataType) :
-        head(first), type(dataType)
-    {
-    }
+    Chain(ZQLIST_ELEMENT *first, PACKETDATATYPES dataType) : head(first), type(dataType) { }
     ~Chain()
     {
         ZQPacketFreeList(&head, type);
@@ -273,8 +271,8 @@ void tst_Standin::malformedText_data()
     QTest::newRow("list closed as an item") << QByteArray("SI 15\nSL 1\nTI 0\nTI 0\n") << refused;
     QTest::newRow("end marker without a value") << QByteArray("SI 15\n1 x\nTI\n") << refused;
     QTest::newRow("two records") << QByteArray("SI 15\nTI 0\nSI 15\nTI 0\n") << refused;
-    QTest::newRow("unknown items that do not end") << QByteArray("SI 15\n") + QByteArray("SI 1f\n").repeated(100000)
-                                                   << refused;
+    QTest::newRow("unknown items that do not end")
+        << QByteArray("SI 15\n") + QByteArray("SI 1f\n").repeated(100000) << refused;
 
     const auto field = [](const char *name, const char *line, const char *written) {
         QTest::newRow(name) << QByteArray("SI 15\n") + line + "\nTI 0\n" << QByteArray(written);
@@ -486,8 +484,8 @@ void tst_Standin::sampleJobs()
     bool longArray = false;
     for (const ZQDBLIST_ENTRY *output : outputs.records<ZQDBLIST_ENTRY>()) {
         const int id = server.getidfromzqkey(output->key);
-        const Chain chain(
-            server.getJobqueue(commands, messageId, WAITING_QUEUE, SORT_ARRIVAL, SORT_ASCENDING, id), JOB_TYPE);
+        const Chain chain(server.getJobqueue(commands, messageId, WAITING_QUEUE, SORT_ARRIVAL, SORT_ASCENDING, id),
+                          JOB_TYPE);
         QCOMPARE(server.iserror(commands), 0);
         const auto jobs = chain.records<ZQJOBRECORD>();
         QCOMPARE(static_cast<unsigned int>(jobs.size()), output->reserved[ENTRY_JOBS]);
@@ -519,7 +517,8 @@ void tst_Standin::sampleBooks()
     const Chain publications(server.getDBList(commands, messageId, BOOK_LIST_TYPE), DBLIST_ENTRY_TYPE);
     int count = 0;
     for (const ZQDBLIST_ENTRY *publication : publications.records<ZQDBLIST_ENTRY>()) {
-        const Chain chain(server.getBooks(commands, messageId, SORT_ARRIVAL, SORT_ASCENDING, publication->key), BOOK_TYPE);
+        const Chain chain(server.getBooks(commands, messageId, SORT_ARRIVAL, SORT_ASCENDING, publication->key),
+                          BOOK_TYPE);
         const auto books = chain.records<ZQBOOKRECORD>();
         QCOMPARE(static_cast<unsigned int>(books.size()), publication->reserved[ENTRY_JOBS]);
         count += static_cast<int>(books.size());
@@ -590,8 +589,9 @@ void tst_Standin::failingQueries()
     QVERIFY(server.iserror(commands) != 0);
     // What still works says so.
     QCOMPARE(server.getidfromzqkey(entries.at(1)->key), 2);
-    QVERIFY(execute(path("dropped"), "CREATE TABLE books (id, zqkey, hkey, name, publication, pages, signature, copies,"
-                                     " balance, cover, keywords)"));
+    QVERIFY(execute(path("dropped"),
+                    "CREATE TABLE books (id, zqkey, hkey, name, publication, pages, signature, copies,"
+                    " balance, cover, keywords)"));
     QVERIFY(!server.getBooks(commands, messageId, SORT_ARRIVAL, SORT_ASCENDING, entries.at(0)->key));
     QCOMPARE(server.iserror(commands), 0);
     QVERIFY(execute(path("dropped"), "DROP TABLE outputs"));

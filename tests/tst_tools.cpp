@@ -250,8 +250,8 @@ void tst_Tools::wrongUsage_data()
     QTest::addColumn<QStringList>("arguments");
     for (const char *arguments :
          {"", "clocks", "outputs jobs", "outputs --colour", "outputs --format", "outputs --format pdf",
-          "outputs --key 1:2", "outputs --with-publications", "jobs --key 1", "jobs --key 1:2:3", "jobs --key :",
-          "jobs --key 1:x", "jobs --key 100000000:1", "jobs --key -1:1"})
+          "outputs --key 1:2", "outputs --with-publications", "jobs --key 1", "jobs --key 1:2:3",
+          "jobs --key :", "jobs --key 1:x", "jobs --key 100000000:1", "jobs --key -1:1"})
         QTest::addRow("query %s", arguments) << query << words(arguments);
     for (const char *arguments :
          {"", "create", "make x", "create x y --sample", "create x", "create x --sample --jobs 1",
@@ -287,8 +287,7 @@ void tst_Tools::failures_data()
     row("no reply", "", query, "books --key a1a7c86:20", "no reply: the server has no books under the key");
     row("missing file", "", query, "outputs --database none", "none: No such file or directory");
     row("directory", "", query, "outputs --database .", ".: file to open is a directory");
-    row("no database", "echo text > it", query, "outputs --database it",
-        "it: no record store: file is not a database");
+    row("no database", "echo text > it", query, "outputs --database it", "it: no record store: file is not a database");
     row("empty database", "\"$0\" create it --outputs 0", query, "outputs --database it",
         "no reply: the server has no outputs");
     row("unknown driver", "", query, "outputs --database qnone://host/shop",

@@ -63,10 +63,10 @@ void tst_XMLAction::properties_data()
     QTest::addColumn<QVariant>("missing");
     QTest::addColumn<QVariant>("malformed");
 
-#define ROW(key, Name, get, argument, stored, value, missing, malformed) \
-    QTest::newRow(key) << Action([](XMLAction &a) { a.set##Name(argument); }) \
-                       << Value([](XMLAction &a) { return QVariant(a.get()); }) \
-                       << Value([](XMLAction &a) { return QVariant(a.has##Name()); }) << QString::fromLatin1(stored) \
+#define ROW(key, Name, get, argument, stored, value, missing, malformed)                                               \
+    QTest::newRow(key) << Action([](XMLAction &a) { a.set##Name(argument); })                                          \
+                       << Value([](XMLAction &a) { return QVariant(a.get()); })                                        \
+                       << Value([](XMLAction &a) { return QVariant(a.has##Name()); }) << QString::fromLatin1(stored)   \
                        << QVariant(value) << QVariant(missing) << QVariant(malformed)
     ROW("visible", Visible, getVisible, false, "0", false, true, false);
     ROW("show_newest_page", ShowNewestPage, getShowNewestPage, true, "1", true, false, false);
@@ -92,14 +92,16 @@ void tst_XMLAction::properties_data()
 #undef ROW
     const QVariant none = QVariantList();
     const QVariant two = QVariantList{10, 255};
-    QTest::newRow("jobids") << Action([](XMLAction &a) { a.setJobIDs({10, 255}); })
-                            << Value([](XMLAction &a) { return toVariant(a.getJobIDs()); })
+    QTest::newRow("jobids") << Action([](XMLAction &a) {
+        a.setJobIDs({10, 255});
+    }) << Value([](XMLAction &a) { return toVariant(a.getJobIDs()); })
                             << Value([](XMLAction &a) { return QVariant(a.hasJobIDs()); }) << QStringLiteral("a ff")
                             << two << none << none;
-    QTest::newRow("zqjobids") << Action([](XMLAction &a) { a.setZQJobIDs({10, 255}); })
-                              << Value([](XMLAction &a) { return toVariant(a.getZQJobIDs()); })
-                              << Value([](XMLAction &a) { return QVariant(a.hasZQJobIDs()); })
-                              << QStringLiteral("a ff") << two << none << none;
+    QTest::newRow("zqjobids") << Action([](XMLAction &a) {
+        a.setZQJobIDs({10, 255});
+    }) << Value([](XMLAction &a) { return toVariant(a.getZQJobIDs()); })
+                              << Value([](XMLAction &a) { return QVariant(a.hasZQJobIDs()); }) << QStringLiteral("a ff")
+                              << two << none << none;
     QTest::newRow("org_name") << Action([](XMLAction &a) { a.setOrgName(QStringLiteral("\u00e4")); })
                               << Value([](XMLAction &a) { return QVariant(a.getOrgName()); })
                               << Value([](XMLAction &a) { return QVariant(!a.getOrgName().isNull()); })
@@ -255,9 +257,9 @@ void tst_XMLAction::metaObject()
         QCOMPARE(method.access(), QMetaMethod::Public);
     }
     QCOMPARE(methods,
-             (QStringList{QStringLiteral("toggled(bool) checked signal"), QStringLiteral("toggling(bool&) cancel signal"),
-                          QStringLiteral("toggle()  slot"), QStringLiteral("setChecked(bool) b slot"),
-                          QStringLiteral("setEnabled(bool) b slot")}));
+             (QStringList{QStringLiteral("toggled(bool) checked signal"),
+                          QStringLiteral("toggling(bool&) cancel signal"), QStringLiteral("toggle()  slot"),
+                          QStringLiteral("setChecked(bool) b slot"), QStringLiteral("setEnabled(bool) b slot")}));
     XMLAction action;
     QCOMPARE(action.qt_metacast("XMLAction"), static_cast<void *>(&action));
     QVERIFY(!action.qt_metacast("XMLObject"));
@@ -273,7 +275,8 @@ void tst_XMLAction::content()
     const QDomElement second = action.append(object);
     object.setName(QStringLiteral("changed"));
     QVERIFY(action.getNode().firstChild() == first && action.getNode().lastChild() == second);
-    QCOMPARE(dump(action.getNode()), QStringLiteral("action(packetable[datatype=1f](list[size=1]) packetable[name=n])"));
+    QCOMPARE(dump(action.getNode()),
+             QStringLiteral("action(packetable[datatype=1f](list[size=1]) packetable[name=n])"));
     QVERIFY(action.hasNodesOfType(XMLObject::XML_PACKETABLE));
     std::list<QDomNode> found;
     QCOMPARE(action.getNodesOfType(XMLObject::XML_PACKETABLE, found), 2);

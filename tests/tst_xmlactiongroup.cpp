@@ -272,18 +272,16 @@ void tst_XMLActionGroup::changesDuringThePass_data()
     QTest::addColumn<Change>("change");
     QTest::addColumn<QString>("after");
     QTest::addColumn<QString>("emitted");
-    QTest::newRow("the next one is deleted")
-        << Change([](tst_XMLActionGroup &t) { t.actions[2].reset(); }) << QStringLiteral("10-0") << QStringLiteral("A1 B0");
-    QTest::newRow("the first one is deleted")
-        << Change([](tst_XMLActionGroup &t) { t.actions[0].reset(); }) << QStringLiteral("-000")
-        << QStringLiteral("A1 B0 C0");
+    QTest::newRow("the next one is deleted") << Change([](tst_XMLActionGroup &t) { t.actions[2].reset(); })
+                                             << QStringLiteral("10-0") << QStringLiteral("A1 B0");
+    QTest::newRow("the first one is deleted") << Change([](tst_XMLActionGroup &t) { t.actions[0].reset(); })
+                                              << QStringLiteral("-000") << QStringLiteral("A1 B0 C0");
     // The pass goes over those who were members when it began.
     QTest::newRow("the next one is removed")
         << Change([](tst_XMLActionGroup &t) { t.group->removeAction(t.actions[2].get()); }) << QStringLiteral("1000")
         << QStringLiteral("A1 B0 C0");
-    QTest::newRow("one is added")
-        << Change([](tst_XMLActionGroup &t) { t.group->addAction(t.actions[3].get()); }) << QStringLiteral("1000")
-        << QStringLiteral("A1 B0 C0");
+    QTest::newRow("one is added") << Change([](tst_XMLActionGroup &t) { t.group->addAction(t.actions[3].get()); })
+                                  << QStringLiteral("1000") << QStringLiteral("A1 B0 C0");
     QTest::newRow("the group is deleted")
         << Change([](tst_XMLActionGroup &t) { t.group.reset(); }) << QStringLiteral("1010") << QStringLiteral("A1 B0");
     QTest::newRow("another one is checked, which starts no pass of its own")
@@ -329,15 +327,16 @@ void tst_XMLActionGroup::metaObject()
         const QMetaMethod method = meta.method(i);
         methods << QString::fromLatin1(method.methodSignature()) + QLatin1Char(' ')
                 + QString::fromLatin1(method.parameterNames().value(0))
-                + (method.methodType() == QMetaMethod::Signal          ? QStringLiteral(" signal")
+                + (method.methodType() == QMetaMethod::Signal      ? QStringLiteral(" signal")
                        : method.access() == QMetaMethod::Protected ? QStringLiteral(" protected slot")
                                                                    : QStringLiteral(" slot"));
     }
-    QCOMPARE(methods,
-             (QStringList{QStringLiteral("triggered(XMLAction*)  signal"), QStringLiteral("updateActions()  protected slot"),
-                          QStringLiteral("removeAction(XMLAction*) action protected slot"),
-                          QStringLiteral("removeAction()  protected slot"),
-                          QStringLiteral("approveToggle(bool&) approved protected slot")}));
+    QCOMPARE(
+        methods,
+        (QStringList{QStringLiteral("triggered(XMLAction*)  signal"), QStringLiteral("updateActions()  protected slot"),
+                     QStringLiteral("removeAction(XMLAction*) action protected slot"),
+                     QStringLiteral("removeAction()  protected slot"),
+                     QStringLiteral("approveToggle(bool&) approved protected slot")}));
     QVERIFY(group->qt_metacast("XMLActionGroup"));
     QSignalSpy triggered(group.get(), &XMLActionGroup::triggered);
     actions[0]->toggle();

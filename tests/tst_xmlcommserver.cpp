@@ -96,7 +96,8 @@ void tst_XMLCommServer::initTestCase()
     run("INSERT INTO outputs VALUES (1, 163, 7, 'Press', 1, 60, 1200), (2, 4294967295, 0, 'Proof \xc3\xa4', 1, 60, 1200),"
         " (3, 5, 5, 'Idle', 0, 60, 1200)");
     run("INSERT INTO publications VALUES (11, 1, 1, 'Weekly 100%'), (5, 2, 1, 'Daily'), (12, 3, 1, 'Empty')");
-    const char *const job = "INSERT INTO jobs VALUES (%1, %1, 2, '%2', %3, %4, %5, %6, %1, 1, 1, 1, 'A4', 'P', 'K', '00')";
+    const char *const job =
+        "INSERT INTO jobs VALUES (%1, %1, 2, '%2', %3, %4, %5, %6, %1, 1, 1, 1, 'A4', 'P', 'K', '00')";
     int id = 20;
     const auto addJob = [&](const char *name, const char *publication, int page, int queue, int output) {
         run(QString::fromLatin1(job)
@@ -156,7 +157,8 @@ void tst_XMLCommServer::requests_data()
     row("jobs, publications excluded", 1003, "", "1", one("single 1|single 2"));
     row("jobs, publications included", 1003, "", "0", one("single 1|w3|w1 first|w1 second|d2|single 2"));
     row("jobs, a malformed flag includes", 1003, "", "yes", one("single 1|w3|w1 first|w1 second|d2|single 2"));
-    row("jobs of keys, in their order", 1003, "ffffffff:0 a3:7", "0", one("d2|single 2|single 1|w3|w1 first|w1 second"));
+    row("jobs of keys, in their order", 1003, "ffffffff:0 a3:7", "0",
+        one("d2|single 2|single 1|w3|w1 first|w1 second"));
     row("jobs of a key twice", 1003, "a3:7 a3:7", "", one("single 1|single 1"));
     row("jobs of an unknown key", 1003, "dead:beef", "", one("-"));
     row("jobs of an idle output", 1003, "5:5", "", one("-"));

@@ -202,18 +202,38 @@ void tst_XMLObject::writtenProperties_data()
     const auto row = [](const char *name, const Write &write, const char *text) {
         QTest::newRow(name) << write << QString::fromLatin1(text);
     };
-    row("true", [](QDomElement &e) { XMLObject::setProperty(e, K, true); }, "1");
-    row("false", [](QDomElement &e) { XMLObject::setProperty(e, K, false); }, "0");
-    row("a literal is text", [](QDomElement &e) { XMLObject::setProperty(e, K, "yes"); }, "yes");
-    row("a wide literal is text", [](QDomElement &e) { XMLObject::setProperty(e, K, u"yes"); }, "yes");
-    row("int", [](QDomElement &e) { XMLObject::setProperty(e, K, -2147483647 - 1); }, "-2147483648");
-    row("unsigned", [](QDomElement &e) { XMLObject::setProperty(e, K, 4294967295u, 16); }, "ffffffff");
-    row("double", [](QDomElement &e) { XMLObject::setProperty(e, K, 0.1); }, "0.1");
-    row("six digits", [](QDomElement &e) { XMLObject::setProperty(e, K, 1234567.0); }, "1.23457e+06");
-    row("exponent from -5", [](QDomElement &e) { XMLObject::setProperty(e, K, 0.00001234); }, "1.234e-05");
-    row("ints", [](QDomElement &e) { XMLObject::setProperty(e, K, QList<int>{10, 255}, 16); }, "a ff");
-    row("unsigneds", [](QDomElement &e) { XMLObject::setProperty(e, K, QList<unsigned int>{0, 17}, 10); }, "0 17");
-    row("empty list", [](QDomElement &e) { XMLObject::setProperty(e, K, QList<int>(), 16); }, "");
+    row(
+        "true", [](QDomElement &e) { XMLObject::setProperty(e, K, true); }, "1");
+    row(
+        "false", [](QDomElement &e) { XMLObject::setProperty(e, K, false); }, "0");
+    row(
+        "a literal is text", [](QDomElement &e) { XMLObject::setProperty(e, K, "yes"); }, "yes");
+    row(
+        "a wide literal is text", [](QDomElement &e) { XMLObject::setProperty(e, K, u"yes"); }, "yes");
+    row(
+        "int", [](QDomElement &e) { XMLObject::setProperty(e, K, -2147483647 - 1); }, "-2147483648");
+    row(
+        "unsigned", [](QDomElement &e) { XMLObject::setProperty(e, K, 4294967295u, 16); }, "ffffffff");
+    row(
+        "double", [](QDomElement &e) { XMLObject::setProperty(e, K, 0.1); }, "0.1");
+    row(
+        "six digits", [](QDomElement &e) { XMLObject::setProperty(e, K, 1234567.0); }, "1.23457e+06");
+    row(
+        "exponent from -5", [](QDomElement &e) { XMLObject::setProperty(e, K, 0.00001234); }, "1.234e-05");
+    row(
+        "ints",
+        [](QDomElement &e) {
+            XMLObject::setProperty(e, K, QList<int>{10, 255}, 16);
+        },
+        "a ff");
+    row(
+        "unsigneds",
+        [](QDomElement &e) {
+            XMLObject::setProperty(e, K, QList<unsigned int>{0, 17}, 10);
+        },
+        "0 17");
+    row(
+        "empty list", [](QDomElement &e) { XMLObject::setProperty(e, K, QList<int>(), 16); }, "");
 }
 
 Q_DECLARE_METATYPE(std::function<void(QDomElement &)>)

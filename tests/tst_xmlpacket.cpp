@@ -58,9 +58,10 @@ void tst_XMLPacket::newPacket()
     QCOMPARE(root.namespaceURI(), XMLObject::ZQ_NAMESPACE);
     QVERIFY(root.firstChild().namespaceURI().isNull());
     QDomDocument document = root.ownerDocument();
-    QCOMPARE(XMLObject::toString(document),
-             QStringLiteral("<zqxml xmlns=\"http://zqxml.example.org/ns/1.0\">\n <header>\n  <src/>\n  <dst/>\n </header>\n"
-                            " <body/>\n</zqxml>\n"));
+    QCOMPARE(
+        XMLObject::toString(document),
+        QStringLiteral("<zqxml xmlns=\"http://zqxml.example.org/ns/1.0\">\n <header>\n  <src/>\n  <dst/>\n </header>\n"
+                       " <body/>\n</zqxml>\n"));
     QCOMPARE(packet.toString().trimmed(), QStringLiteral("<zqxml/>"));
 }
 
@@ -175,7 +176,8 @@ void tst_XMLPacket::equality_data()
     row("empty", "", "", true);
     row("same", "<a x='1'><b>t</b></a>", "<a x='1'><b>t</b></a>", true);
     row("attributes written in another order", "<a p='1' q='2' r='3'/>", "<a r='3' q='2' p='1'/>", true);
-    row("attribute order beside what only texts can tell", "<a p='1' q='2'/><!--c-->", "<a q='2' p='1'/><!--c-->", true);
+    row("attribute order beside what only texts can tell", "<a p='1' q='2'/><!--c-->", "<a q='2' p='1'/><!--c-->",
+        true);
     row("attribute value", "<a value='1'/><c/>", "<a value='2'/><c/>", false);
     row("attribute name", "<a p='1'/><c/>", "<a q='1'/><c/>", false);
     row("one of two attributes", "<a p='1' q='2'/><c/>", "<a p='1' q='3'/><c/>", false);
@@ -383,10 +385,11 @@ void tst_XMLPacket::print()
     dup2(output, STDOUT_FILENO);
     close(output);
     file.seek(0);
-    QCOMPARE(QString::fromUtf8(file.readAll()),
-             QStringLiteral("<zqxml xmlns=\"http://zqxml.example.org/ns/1.0\">\n <header>\n  <src/>\n  <dst/>\n </header>\n"
-                            " <body>\n  <msg msg=\"\u00fcber 100%s \u20ac\"/>\n </body>\n</zqxml>\n"
-                            "-- t\u00eftle --\n <action/>\n\n"));
+    QCOMPARE(
+        QString::fromUtf8(file.readAll()),
+        QStringLiteral("<zqxml xmlns=\"http://zqxml.example.org/ns/1.0\">\n <header>\n  <src/>\n  <dst/>\n </header>\n"
+                       " <body>\n  <msg msg=\"\u00fcber 100%s \u20ac\"/>\n </body>\n</zqxml>\n"
+                       "-- t\u00eftle --\n <action/>\n\n"));
 }
 
 QTEST_GUILESS_MAIN(tst_XMLPacket)

@@ -257,7 +257,10 @@ void tst_XMLPacketable::toDom_data()
         "SI 1f\n1 Report\ne a3 7\n1f 3 10 20 30\n16 2 first\rsecond\nSL 1\nSI 20\n1 x y\nTI 0\nTL 0\n2 last\nTI 0\n",
         "item[datatype=1f](1[value=Report] e[hkey=7 key=a3] 1f[size=3](value(\"10\") value(\"20\") value(\"30\")) "
         "16[size=2](value(\"2 first\") value(\"second\")) list[size=1](item[datatype=20](1[hkey=y key=x])) 2[value=last])");
-    row("white space around lines is dropped", "  SI 1f\t\r\n\xc2\xa0""1 abc \r\nTI 0", "item[datatype=1f](1[value=abc])");
+    row("white space around lines is dropped",
+        "  SI 1f\t\r\n\xc2\xa0"
+        "1 abc \r\nTI 0",
+        "item[datatype=1f](1[value=abc])");
     row("blanks inside a value stay", "SI 1f\n1  a  b\n", "item[datatype=1f](1[value= a  b])");
     row("tags are named as they are spelt", "SI 1f\n001 a\n0x1 b\n0X01 c\n1 d\n001 e\n",
         "item[datatype=1f](001[value=a] 0x1[value=b] 0X01[value=c] 1[value=d] 001[value=e])");
@@ -278,8 +281,10 @@ void tst_XMLPacketable::toDom_data()
         "item[datatype=1f](1[value=a] item[datatype=6] 2[value=c]) item[datatype=1f](1[value=e])");
     row("the line passed over may be a marker", "SI 1f\nSI 6\nSL 1\n1 a\nTL 0\n1 b\n",
         "item[datatype=1f](item[datatype=6] 1[value=a])");
-    row("an item without a table does the same", "SI 77\n1 a\nSI 1f\n1 b\n", "item[datatype=77] item[datatype=1f](1[value=b])");
-    row("a type that is no number has no table", "SI x\n1 a\nSI 1f\n1 b\n", "item[datatype=x] item[datatype=1f](1[value=b])");
+    row("an item without a table does the same", "SI 77\n1 a\nSI 1f\n1 b\n",
+        "item[datatype=77] item[datatype=1f](1[value=b])");
+    row("a type that is no number has no table", "SI x\n1 a\nSI 1f\n1 b\n",
+        "item[datatype=x] item[datatype=1f](1[value=b])");
     row("an item without a table at the end", "SI 77", "item[datatype=77]");
     row("a type with an empty table is a level", "SI 30\n1 a\nTI 0\nSI 1f\n1 b\n",
         "item[datatype=30] item[datatype=1f](1[value=b])");
@@ -294,10 +299,12 @@ void tst_XMLPacketable::toDom_data()
     row("without a blank: each level has its own position", "SI 1f\n1 ab\nSL 5\nSIx1f\nTL 0\n02xd\n",
         "item[datatype=1f](1[value=ab] list[size=5] 02[value=d])");
     row("a blank line takes the last position too", "SI 1f\n1 a\n \n2 b\n", "item[datatype=1f](1[value=a] 2[value=b])");
-    row("not ASCII", "SI 1f\n1 Pr\xc3\xa4sentation \xe2\x82\xac\n", "item[datatype=1f](1[value=Pr\xc3\xa4sentation \xe2\x82\xac])");
+    row("not ASCII", "SI 1f\n1 Pr\xc3\xa4sentation \xe2\x82\xac\n",
+        "item[datatype=1f](1[value=Pr\xc3\xa4sentation \xe2\x82\xac])");
     row("a mark in front is dropped", "\xef\xbb\xbfSI 1f\n1 a\n", "item[datatype=1f](1[value=a])");
     row("broken UTF-8 becomes a mark", "SI 1f\n1 a\xff\xc3\n", "item[datatype=1f](1[value=a\xef\xbf\xbd\xef\xbf\xbd])");
-    row("binary data", "SI 1f\n17 00ff\n17 \n", "item[datatype=1f](17[value=?? CONV_BINARYDATA (Bild \xc3\xa4 %1) ??] 17[value=?? CONV_BINARYDATA (Bild \xc3\xa4 %1) ??])");
+    row("binary data", "SI 1f\n17 00ff\n17 \n",
+        "item[datatype=1f](17[value=?? CONV_BINARYDATA (Bild \xc3\xa4 %1) ??] 17[value=?? CONV_BINARYDATA (Bild \xc3\xa4 %1) ??])");
 }
 
 void tst_XMLPacketable::toDom()
@@ -342,8 +349,12 @@ void tst_XMLPacketable::setData_data()
     QTest::addColumn<bool>("payload");
     QTest::addColumn<QString>("tree");
     const QByteArray one("SI 1f\n1 a\n");
-    QTest::newRow("name") << one << QByteArray("Gr\xc3\xbc\xc3\x9f" "e") << 0x1fu << false
-                          << QStringLiteral("packetable[datatype=1f name=Gr\u00fc\u00dfe](item[datatype=1f](1[value=a]))");
+    QTest::newRow("name") << one
+                          << QByteArray("Gr\xc3\xbc\xc3\x9f"
+                                        "e")
+                          << 0x1fu << false
+                          << QStringLiteral(
+                                 "packetable[datatype=1f name=Gr\u00fc\u00dfe](item[datatype=1f](1[value=a]))");
     QTest::newRow("no text") << QByteArray() << QByteArray("n") << 0x1fu << false
                              << QStringLiteral("packetable[datatype=1f name=n]");
     QTest::newRow("empty text") << QByteArray("") << QByteArray("n") << 0xffffffffu << false
@@ -352,11 +363,14 @@ void tst_XMLPacketable::setData_data()
                              << QStringLiteral("packetable[datatype=1f](item[datatype=1f](1[value=a]))");
     QTest::newRow("empty name") << one << QByteArray("") << 8u << true
                                 << QStringLiteral("packetable[datatype=8](item[datatype=1f](1[value=a]))");
-    QTest::newRow("an entry is named by its payload") << one << QByteArray() << 8u << true
+    QTest::newRow("an entry is named by its payload")
+        << one << QByteArray() << 8u << true
         << QStringLiteral("packetable[datatype=8 name=p\u00e4](item[datatype=1f](1[value=a]))");
-    QTest::newRow("an entry's own name comes first") << one << QByteArray("n") << 8u << true
+    QTest::newRow("an entry's own name comes first")
+        << one << QByteArray("n") << 8u << true
         << QStringLiteral("packetable[datatype=8 name=n](item[datatype=1f](1[value=a]))");
-    QTest::newRow("an entry without payload") << one << QByteArray() << 8u << false
+    QTest::newRow("an entry without payload")
+        << one << QByteArray() << 8u << false
         << QStringLiteral("packetable[datatype=8](item[datatype=1f](1[value=a]))");
 }
 
@@ -420,7 +434,8 @@ void tst_XMLPacketable::toPacket_data()
     row("missing attributes", "<list/><item datatype='1f'><_1/><_e/></item>", "SL \nTL 0\nSI 1f\n1 \ne  \nTI 0\n");
     row("markers of items that give nothing", "<item datatype='6'><_1 value='a'/></item><item/><item datatype='77'/>",
         "SI 6\nTI 0\nSI \nTI 0\nSI 77\nTI 0\n");
-    row("nesting", "<item datatype='1f'><list size='9'>x<item datatype='20'><_1 key='a' hkey='b'/></item></list></item>",
+    row("nesting",
+        "<item datatype='1f'><list size='9'>x<item datatype='20'><_1 key='a' hkey='b'/></item></list></item>",
         "SI 1f\nSL 9\nSI 20\n1 a b\nTI 0\nTL 0\nTI 0\n");
     row("a key that holds a marker", "<item datatype='1f'><_e key='%1' hkey='b'/></item>", "SI 1f\ne b %3\nTI 0\n");
     row("numbers", "<item datatype='1f'><_1f size='9'><value>10</value><x>y</x><value>20</value></_1f></item>",
@@ -432,8 +447,8 @@ void tst_XMLPacketable::toPacket_data()
     row("no numbers", "<item datatype='1f'><_1f/><_16/></item>", "SI 1f\n1f 0 \n16 0 \nTI 0\n");
     row("strings", "<item datatype='1f'><_16><value>2 first</value><value>s<b>ec</b>ond</value></_16></item>",
         "SI 1f\n16 2 2 first\rsecond\nTI 0\n");
-    row("binary data and kinds without a shape", "<item datatype='1f'><_17 value='x'/><_a value='x'/><_100 value='x'/></item>",
-        "SI 1f\nTI 0\n");
+    row("binary data and kinds without a shape",
+        "<item datatype='1f'><_17 value='x'/><_a value='x'/><_100 value='x'/></item>", "SI 1f\nTI 0\n");
     row("fields outside an item", "<_1 value='a'/><list><_1 value='a'/></list>", "SL \nTL 0\n");
     row("other names and nodes", "<item datatype='1f'><!--c--><?p i?><x value='a'/><_fff value='a'/>1</item>",
         "SI 1f\nTI 0\n");
@@ -491,7 +506,8 @@ void tst_XMLPacketable::lines()
     QCOMPARE(XMLPacketable::toSimpleValuePacket(field), simple);
     QCOMPARE(XMLPacketable::toZQKEYValuePacket(field), key);
     QCOMPARE(XMLPacketable::toNumberArrayValuePacket(field), numbers);
-    QCOMPARE(XMLPacketable::toStringArrayValuePacket(field), numbers.replace(QLatin1String("a b"), QLatin1String("a\rb")));
+    QCOMPARE(XMLPacketable::toStringArrayValuePacket(field),
+             numbers.replace(QLatin1String("a b"), QLatin1String("a\rb")));
 }
 
 void tst_XMLPacketable::nestingLimit()
@@ -537,7 +553,8 @@ void tst_XMLPacketable::hostileNestingAndSizes_data()
     QTest::newRow("a million lists") << QByteArray("SL 1\n").repeated(many) << 1;
     QTest::newRow("a million items") << QByteArray("SI 1f\n").repeated(many) << 1;
     QTest::newRow("a million items and their ends")
-        << QByteArray("SI 1f\n").repeated(many) + QByteArray("TI 0\n").repeated(many) + "SL 2\n" << 2;
+        << QByteArray("SI 1f\n").repeated(many) + QByteArray("TI 0\n").repeated(many) + "SL 2\n"
+        << 2;
     QTest::newRow("a hundred thousand items without a table") << QByteArray("SI 6\n").repeated(many / 10) << many / 20;
     QTest::newRow("a million blank lines") << "SL 0\n" + QByteArray(" \n").repeated(many) << 1;
     QTest::newRow("a long line") << "SI 1f\n1 " + QByteArray(20 * many, 'x') << 1;
@@ -560,11 +577,50 @@ void tst_XMLPacketable::hostileNestingAndSizes()
 
 void tst_XMLPacketable::agreesWithPlainConversion()
 {
-    const QList<QByteArray> pieces{
-        "SI 1f\n", "SI 20\n", "SI 6\n", "SI 77\n", "SI 30\n", "SI \n", "SI\n", "SL 2\n", "SL \n", "TI 0\n", "TL 0\n", "TI\n",
-        "1 abc\n", "2 a%1b\n", "1\n", "e a b\n", "e %1 b\n", "e a\n", "1f 2 a b\n", "1f 3 a b\n", "1f a 1 2 3 4 5 6 7 8 9 0\n",
-        "16 2 a\rb\n", "16 1 a\rb\n", "17 00\n", "a x\n", "d 1\n", "10 1 1\n", "0e 1 2\n", "100 x\n", "xyz abc\n", "abcdefgh\n",
-        "T", " ", "\t", "\n", "\r", "\xc2\xa0", "\xc3\xa4", "\xff", "\xef\xbb\xbf", "0", "f", QByteArray("\0", 1), "+1 a\n"};
+    const QList<QByteArray> pieces{"SI 1f\n",
+                                   "SI 20\n",
+                                   "SI 6\n",
+                                   "SI 77\n",
+                                   "SI 30\n",
+                                   "SI \n",
+                                   "SI\n",
+                                   "SL 2\n",
+                                   "SL \n",
+                                   "TI 0\n",
+                                   "TL 0\n",
+                                   "TI\n",
+                                   "1 abc\n",
+                                   "2 a%1b\n",
+                                   "1\n",
+                                   "e a b\n",
+                                   "e %1 b\n",
+                                   "e a\n",
+                                   "1f 2 a b\n",
+                                   "1f 3 a b\n",
+                                   "1f a 1 2 3 4 5 6 7 8 9 0\n",
+                                   "16 2 a\rb\n",
+                                   "16 1 a\rb\n",
+                                   "17 00\n",
+                                   "a x\n",
+                                   "d 1\n",
+                                   "10 1 1\n",
+                                   "0e 1 2\n",
+                                   "100 x\n",
+                                   "xyz abc\n",
+                                   "abcdefgh\n",
+                                   "T",
+                                   " ",
+                                   "\t",
+                                   "\n",
+                                   "\r",
+                                   "\xc2\xa0",
+                                   "\xc3\xa4",
+                                   "\xff",
+                                   "\xef\xbb\xbf",
+                                   "0",
+                                   "f",
+                                   QByteArray("\0", 1),
+                                   "+1 a\n"};
     for (quint32 seed = 0; seed < 4000; ++seed) {
         QRandomGenerator random(seed);
         QByteArray text;

@@ -17,10 +17,7 @@ namespace {
 class OneTypeBroker : public XMLAgentBroker
 {
 public:
-    explicit OneTypeBroker(int agentType, bool *destroyed = nullptr) :
-        type(agentType), gone(destroyed)
-    {
-    }
+    explicit OneTypeBroker(int agentType, bool *destroyed = nullptr) : type(agentType), gone(destroyed) { }
 
     ~OneTypeBroker() override
     {

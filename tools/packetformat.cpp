@@ -84,16 +84,16 @@ Table tableOf(int request)
                  {"JOBS", true, [](const QDomElement &record) { return numberOf(record, TAG_ENTRY_JOBS); }},
                  {"STATE", false, [](const QDomElement &record) {
                       return textOf(record, TAG_ENTRY_STATE) == QLatin1String("0") ? QStringLiteral("stopped")
-                                                                                  : QStringLiteral("running");
+                                                                                   : QStringLiteral("running");
                   }}}};
     case XMLCommServer::REQUEST_JOBS:
-        return {"job",
-                "jobs",
-                {{"NAME", false, nameOf},
-                 {"KEY", true, keyCell},
-                 {"PAGE", true, [](const QDomElement &record) { return textOf(record, TAG_JOB_PAGE); }},
-                 {"PUBLICATION", false,
-                  [](const QDomElement &record) { return textOf(record, TAG_JOB_PUBLICATION); }}}};
+        return {
+            "job",
+            "jobs",
+            {{"NAME", false, nameOf},
+             {"KEY", true, keyCell},
+             {"PAGE", true, [](const QDomElement &record) { return textOf(record, TAG_JOB_PAGE); }},
+             {"PUBLICATION", false, [](const QDomElement &record) { return textOf(record, TAG_JOB_PUBLICATION); }}}};
     case XMLCommServer::REQUEST_PUBLICATIONS:
         return {"publication",
                 "publications",
@@ -121,10 +121,9 @@ int widthOf(uint character)
     default:
         break;
     }
-    static constexpr uint wide[][2] = {{0x1100, 0x115f},   {0x2e80, 0x303e},   {0x3041, 0xa4cf},
-                                       {0xac00, 0xd7a3},   {0xf900, 0xfaff},   {0xfe30, 0xfe6f},
-                                       {0xff00, 0xff60},   {0xffe0, 0xffe6},   {0x1f300, 0x1faff},
-                                       {0x20000, 0x3fffd}};
+    static constexpr uint wide[][2] = {{0x1100, 0x115f},   {0x2e80, 0x303e},  {0x3041, 0xa4cf}, {0xac00, 0xd7a3},
+                                       {0xf900, 0xfaff},   {0xfe30, 0xfe6f},  {0xff00, 0xff60}, {0xffe0, 0xffe6},
+                                       {0x1f300, 0x1faff}, {0x20000, 0x3fffd}};
     return std::any_of(std::begin(wide), std::end(wide),
                        [character](const auto &range) { return character >= range[0] && character <= range[1]; })
         ? 2

@@ -38,8 +38,8 @@ std::optional<int> parseCommandLine(QCommandLineParser &parser)
     if (!parser.parse(QCoreApplication::arguments()))
         return fail(parser.errorText(), WrongUsage);
     if (parser.isSet(version))
-        return printOut((QCoreApplication::applicationName() + QLatin1Char(' ')
-                         + QCoreApplication::applicationVersion() + QLatin1Char('\n'))
+        return printOut((QCoreApplication::applicationName() + QLatin1Char(' ') + QCoreApplication::applicationVersion()
+                         + QLatin1Char('\n'))
                             .toUtf8());
     if (parser.isSet(help) || parser.isSet(QStringLiteral("help-all")))
         return printOut(parser.helpText().toUtf8());

@@ -36,10 +36,7 @@ struct Query {
 class QueryAgent : public XMLAgent
 {
 public:
-    explicit QueryAgent(bool traced) :
-        XMLAgent(100), trace(traced)
-    {
-    }
+    explicit QueryAgent(bool traced) : XMLAgent(100), trace(traced) { }
 
     void send(XMLPacket *packet)
     {
@@ -170,8 +167,8 @@ int printRebuilt(XMLPacket &packet, const Query &query)
 int run(const Query &query)
 {
     QString error;
-    ZQCONNECTION *const connection
-        = query.database.isEmpty() ? ZQOpenSampleStore(&error) : ZQOpenStore(query.database, &error);
+    ZQCONNECTION *const connection =
+        query.database.isEmpty() ? ZQOpenSampleStore(&error) : ZQOpenStore(query.database, &error);
     if (!connection)
         return fail(query.database.isEmpty() ? error : query.database + QStringLiteral(": ") + error);
     ZQCommServer server(connection);

@@ -76,8 +76,7 @@ QString readArguments(const QCommandLineParser &parser, Order &order)
 class Progress
 {
 public:
-    Progress() :
-        watched(::isatty(STDERR_FILENO) != 0)
+    Progress() : watched(::isatty(STDERR_FILENO) != 0)
     {
         timer.start();
     }
@@ -109,8 +108,8 @@ private:
 class Draft
 {
 public:
-    explicit Draft(const QString &wanted) :
-        file(wanted + QStringLiteral(".part-%1").arg(QCoreApplication::applicationPid()))
+    explicit Draft(const QString &wanted)
+        : file(wanted + QStringLiteral(".part-%1").arg(QCoreApplication::applicationPid()))
     {
         pathOfDraft = QFile::encodeName(file);
         for (const int number : {SIGINT, SIGTERM, SIGHUP})

@@ -18,13 +18,9 @@ bool readsAsTrueOrMissing(const QString &text)
 
 } // namespace
 
-XMLAction::XMLAction() :
-    XMLObject(XML_ACTION), group(nullptr)
-{
-}
+XMLAction::XMLAction() : XMLObject(XML_ACTION), group(nullptr) { }
 
-XMLAction::XMLAction(const QString &name, int type, int originator) :
-    XMLAction()
+XMLAction::XMLAction(const QString &name, int type, int originator) : XMLAction()
 {
     setName(name);
     setType(type);

@@ -20,8 +20,7 @@ void removeEntries(QList<XMLAction *> &actions, const QObject *destroyed)
 
 } // namespace
 
-XMLActionGroup::XMLActionGroup(QObject *parent, const char *name) :
-    QObject(parent), updating(false)
+XMLActionGroup::XMLActionGroup(QObject *parent, const char *name) : QObject(parent), updating(false)
 {
     setObjectName(QString::fromLatin1(name));
 }

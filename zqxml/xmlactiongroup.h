@@ -80,7 +80,6 @@ protected Q_SLOTS:
     void approveToggle(bool &approved);
 
 private:
-
     QList<XMLAction *> actionList;
     bool updating;
 };

@@ -5,16 +5,11 @@
 
 #include "xmlpacket.h"
 
-XMLAgent::XMLAgent(int type) :
-    router(nullptr), removalNotificationsWanted(false), agentType(type), agentID(0)
-{
-}
+XMLAgent::XMLAgent(int type) : router(nullptr), removalNotificationsWanted(false), agentType(type), agentID(0) { }
 
 XMLAgent::~XMLAgent() = default;
 
-void XMLAgent::agentRemoved(int)
-{
-}
+void XMLAgent::agentRemoved(int) { }
 
 int XMLAgent::getAgentType() const
 {

@@ -3,10 +3,7 @@
 
 #include "xmlagentbroker.h"
 
-XMLAgentBroker::XMLAgentBroker() :
-    router(nullptr)
-{
-}
+XMLAgentBroker::XMLAgentBroker() : router(nullptr) { }
 
 XMLAgentBroker::~XMLAgentBroker() = default;
 

@@ -21,7 +21,8 @@ public:
 
     /**
      * Returns the id of an agent of type \a agentType: makes one, registers it with XMLRouter::add(), and returns its
-     * XMLAgent::getAgentID(). Returns 0 when there is none to be had. The broker, or whoever it chooses, owns the agent.
+     * XMLAgent::getAgentID(). Returns 0 when there is none to be had. The broker, or whoever it chooses, owns the
+     * agent.
      */
     virtual int createAgent(int agentType) = 0;
 

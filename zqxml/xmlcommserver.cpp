@@ -50,10 +50,7 @@ void appendJob(XMLPacket &packet, ZQJOB_CC &converter, const char *name, ZQJOB *
 
 } // namespace
 
-XMLCommServer::XMLCommServer(ZQCommServer *server) :
-    XMLAgent(COMM_SERVER_AGENT_TYPE), commServer(server)
-{
-}
+XMLCommServer::XMLCommServer(ZQCommServer *server) : XMLAgent(COMM_SERVER_AGENT_TYPE), commServer(server) { }
 
 XMLCommServer::~XMLCommServer() = default;
 
@@ -164,8 +161,7 @@ void XMLCommServer::sendOUTPUTs(int requester) const
 void XMLCommServer::sendZQJOBs(int requester, XMLAction *action) const
 {
     // On purpose not the action's own default, which is false.
-    const bool excludePublications
-        = !action || !action->hasExcludePublications() || action->getExcludePublications();
+    const bool excludePublications = !action || !action->hasExcludePublications() || action->getExcludePublications();
     ZQLIST_ELEMENT *jobs = gatherJobs(action);
     XMLPacket *const packet = getXMLPacket(requester);
     ZQJOB_CC converter;
@@ -213,8 +209,8 @@ void XMLCommServer::sendPublications(int requester, XMLAction *action) const
 
 void XMLCommServer::sendBooks(int requester, XMLAction *action) const
 {
-    ZQLIST_ELEMENT *books
-        = gather(action, BOOK_LIST_TYPE, [this](const auto &keyOrKeys) { return getBooks(keyOrKeys); });
+    ZQLIST_ELEMENT *books =
+        gather(action, BOOK_LIST_TYPE, [this](const auto &keyOrKeys) { return getBooks(keyOrKeys); });
     if (!books)
         return;
     XMLPacket *const packet = getXMLPacket(requester);
@@ -232,8 +228,8 @@ void XMLCommServer::sendBooks(int requester, XMLAction *action) const
 template <typename Query>
 ZQLIST_ELEMENT *XMLCommServer::gather(const XMLAction *action, PACKETDATATYPES listType, Query query) const
 {
-    const QList<ZQKEY_ELEMENT *> keys
-        = action && action->hasZQKEYList() ? action->getZQKEYList() : QList<ZQKEY_ELEMENT *>();
+    const QList<ZQKEY_ELEMENT *> keys =
+        action && action->hasZQKEYList() ? action->getZQKEYList() : QList<ZQKEY_ELEMENT *>();
     if (!keys.isEmpty()) {
         ZQLIST_ELEMENT *const found = query(keys);
         qDeleteAll(keys);

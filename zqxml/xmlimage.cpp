@@ -3,13 +3,9 @@
 
 #include "xmlimage.h"
 
-XMLImage::XMLImage() :
-    XMLObject(XML_IMAGE)
-{
-}
+XMLImage::XMLImage() : XMLObject(XML_IMAGE) { }
 
-XMLImage::XMLImage(const QString &name) :
-    XMLImage()
+XMLImage::XMLImage(const QString &name) : XMLImage()
 {
     setName(name);
 }

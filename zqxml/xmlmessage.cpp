@@ -3,13 +3,9 @@
 
 #include "xmlmessage.h"
 
-XMLMessage::XMLMessage() :
-    XMLObject(XML_MESSAGE)
-{
-}
+XMLMessage::XMLMessage() : XMLObject(XML_MESSAGE) { }
 
-XMLMessage::XMLMessage(const QString &message) :
-    XMLMessage()
+XMLMessage::XMLMessage(const QString &message) : XMLMessage()
 {
     setMessage(message);
 }

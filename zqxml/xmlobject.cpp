@@ -69,8 +69,8 @@ QList<Number> readNumbers(const QString &text, bool *ok, Parse parse)
 
 } // namespace
 
-XMLObject::XMLObject(XMLOBJECT_TYPE type) :
-    objectType(type), ownDocument(createDocument(QStringLiteral(""), QStringLiteral("dummydoc")))
+XMLObject::XMLObject(XMLOBJECT_TYPE type)
+    : objectType(type), ownDocument(createDocument(QStringLiteral(""), QStringLiteral("dummydoc")))
 {
     QDomElement root = ownDocument.documentElement();
     node = createElement(root, rootNodeName(type));
@@ -426,14 +426,11 @@ QString XMLObject::toString(const QList<unsigned int> &values, int base)
 
 QList<int> XMLObject::toLongList(const QString &text, bool *ok, int base)
 {
-    return readNumbers<int>(text, ok, [base](QStringView part, bool *parsed) {
-        return part.toLong(parsed, base);
-    });
+    return readNumbers<int>(text, ok, [base](QStringView part, bool *parsed) { return part.toLong(parsed, base); });
 }
 
 QList<unsigned int> XMLObject::toULongList(const QString &text, bool *ok, int base)
 {
-    return readNumbers<unsigned int>(text, ok, [base](QStringView part, bool *parsed) {
-        return part.toULong(parsed, base);
-    });
+    return readNumbers<unsigned int>(text, ok,
+                                     [base](QStringView part, bool *parsed) { return part.toULong(parsed, base); });
 }

@@ -78,7 +78,8 @@ Verdict compareAttributes(const QDomElement &a, const QDomElement &b)
     }
     for (int i = 0; verdict == Verdict::Same && i < count; ++i)
         verdict = compareAttribute(ours.item(i), theirs);
-    return verdict == Verdict::Different ? differentIf(hasPlainAttributes(ours) && hasPlainAttributes(theirs)) : verdict;
+    return verdict == Verdict::Different ? differentIf(hasPlainAttributes(ours) && hasPlainAttributes(theirs))
+                                         : verdict;
 }
 
 Verdict compareElements(const QDomElement &a, const QDomElement &b)
@@ -191,9 +192,8 @@ void rewriteAttributes(QDomElement element)
     std::vector<QDomAttr> sorted;
     for (int i = 0; i < attributes.length(); ++i)
         sorted.push_back(attributes.item(i).toAttr());
-    std::sort(sorted.begin(), sorted.end(), [](const QDomAttr &a, const QDomAttr &b) {
-        return a.nodeName() < b.nodeName();
-    });
+    std::sort(sorted.begin(), sorted.end(),
+              [](const QDomAttr &a, const QDomAttr &b) { return a.nodeName() < b.nodeName(); });
     for (const QDomAttr &attribute : sorted)
         element.removeAttributeNode(attribute);
     for (const QDomAttr &attribute : sorted)
@@ -226,8 +226,8 @@ QString printInOneOrder(const QDomDocument &document)
     }
 }
 
-// The toolkit leaves elements that outlive their tree with links to their former neighbours, which may be gone; printing
-// one, or appending it again, follows them. So each gets a parent of its own before the document goes.
+// The toolkit leaves elements that outlive their tree with links to their former neighbours, which may be gone;
+// printing one, or appending it again, follows them. So each gets a parent of its own before the document goes.
 void separateContent(QDomElement &body)
 {
     QDomNode child = body.firstChild();
@@ -244,8 +244,7 @@ void separateContent(QDomElement &body)
 
 } // namespace
 
-XMLPacket::XMLPacket() :
-    XMLObject(XML_PACKET)
+XMLPacket::XMLPacket() : XMLObject(XML_PACKET)
 {
     init(nullptr);
 }

@@ -93,10 +93,7 @@ public:
     using View = View_;
     using Size = decltype(View().size());
 
-    Parts(View whole, char separatedBy) :
-        text(whole), separator(separatedBy)
-    {
-    }
+    Parts(View whole, char separatedBy) : text(whole), separator(separatedBy) { }
 
     bool next(View &part)
     {
@@ -133,10 +130,7 @@ class ListedLines
 public:
     using View = QStringView;
 
-    ListedLines(const QStringList &list, unsigned int start) :
-        lines(list), index(start)
-    {
-    }
+    ListedLines(const QStringList &list, unsigned int start) : lines(list), index(start) { }
 
     bool next(QStringView &line)
     {
@@ -256,8 +250,8 @@ public:
         const auto found = indexes.find(type);
         if (found != indexes.end())
             return &found->second;
-        const CONVERTSTRUCTELEMENTINFO *const table
-            = type == unconvertedType ? nullptr : ZQGetSystemStorageClassConv(type);
+        const CONVERTSTRUCTELEMENTINFO *const table =
+            type == unconvertedType ? nullptr : ZQGetSystemStorageClassConv(type);
         return table ? &indexes.try_emplace(type, table).first->second : nullptr;
     }
 
@@ -274,10 +268,7 @@ unsigned int typeOfItem(const QDomElement &item)
 class ElementFactory
 {
 public:
-    explicit ElementFactory(const QDomElement &parent) :
-        document(parent.ownerDocument())
-    {
-    }
+    explicit ElementFactory(const QDomElement &parent) : document(parent.ownerDocument()) { }
 
     QDomElement withAttribute(const QString &tag, const QString &name, const QString &value)
     {
@@ -346,9 +337,9 @@ public:
         case Shape::StringArray:
             return stringArray(row.elementName, value);
         case Shape::Binary:
-            return withAttribute(row.elementName, XMLPacketable::VALUE,
-                                 QStringLiteral("?? CONV_BINARYDATA (%1) ??")
-                                     .arg(QString::fromLatin1(row.info->fieldName)));
+            return withAttribute(
+                row.elementName, XMLPacketable::VALUE,
+                QStringLiteral("?? CONV_BINARYDATA (%1) ??").arg(QString::fromLatin1(row.info->fieldName)));
         case Shape::None:
             break;
         }
@@ -382,8 +373,8 @@ class TreeReader
 public:
     using View = typename Lines::View;
 
-    TreeReader(QDomElement &parent, RowIndexes &indexes, RowIndex *rows, Lines &source) :
-        lines(source), factory(parent), tables(indexes)
+    TreeReader(QDomElement &parent, RowIndexes &indexes, RowIndex *rows, Lines &source)
+        : lines(source), factory(parent), tables(indexes)
     {
         levels.push_back(Level{parent, rows});
     }
@@ -647,10 +638,7 @@ private:
 
 } // namespace
 
-XMLPacketable::XMLPacketable() :
-    XMLObject(XML_PACKETABLE), heldRecord(nullptr)
-{
-}
+XMLPacketable::XMLPacketable() : XMLObject(XML_PACKETABLE), heldRecord(nullptr) { }
 
 XMLPacketable::~XMLPacketable()
 {

@@ -12,8 +12,8 @@
 
 #include <utility>
 
-XMLRouter::XMLRouter(ZQCommServer *commServer, QObject *parent, const char *name) :
-    QObject(parent), lastAgentID(0), timer(nullptr), reserved(nullptr), commServerAgent(nullptr), broker(nullptr)
+XMLRouter::XMLRouter(ZQCommServer *commServer, QObject *parent, const char *name)
+    : QObject(parent), lastAgentID(0), timer(nullptr), reserved(nullptr), commServerAgent(nullptr), broker(nullptr)
 {
     setObjectName(QString::fromLatin1(name));
     commServerAgent = new XMLCommServer(commServer);

@@ -24,13 +24,9 @@ void changeActions(QDomElement &ui, int type, int originator, Change change)
 
 } // namespace
 
-XMLUI::XMLUI() :
-    XMLObject(XML_UI)
-{
-}
+XMLUI::XMLUI() : XMLObject(XML_UI) { }
 
-XMLUI::XMLUI(const QString &name) :
-    XMLUI()
+XMLUI::XMLUI(const QString &name) : XMLUI()
 {
     setName(name);
 }
