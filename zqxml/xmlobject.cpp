@@ -76,7 +76,13 @@ XMLObject::XMLObject(XMLOBJECT_TYPE type)
     node = createElement(root, rootNodeName(type));
 }
 
-XMLObject::~XMLObject() = default;
+XMLObject::~XMLObject()
+{
+    // The toolkit leaves an element that hangs nowhere, as setNode() makes it, with a link to the document that goes
+    // now. One that hangs in a document loses the link in time, and one that hangs there alone is left with no others.
+    if (node.parentNode().isNull())
+        createDocument(QString(), rootNodeName()).documentElement().appendChild(node);
+}
 
 QDomElement XMLObject::getNode() const
 {

@@ -50,7 +50,12 @@ public:
     /** Makes an object of kind \a type, without parent, whose node is an empty element. */
     explicit XMLObject(XMLOBJECT_TYPE type);
 
-    /** Releases the node and the document. A node that was adopted into another tree lives on there. */
+    /**
+     * Releases the node and the document. A node that was adopted into another tree lives on there, and one that is
+     * still referred to lives on alone; both can be read and changed. Of elements below a node that goes, only their
+     * own content may still be read and changed: the toolkit leaves them with links to neighbours that are gone, which
+     * printing one, appending it and walking to its siblings would follow.
+     */
     ~XMLObject() override;
 
     /** Returns a handle to the object's own element, shared with the object. */
@@ -64,8 +69,8 @@ public:
      * nowhere; the former element stays where it was. A null \a e leaves the object without an element, so that
      * everything reads as missing and writing does nothing.
      *
-     * A handle taken from getNode() after this call is not to be changed once the object is gone, unless the element
-     * was adopted into another tree: it hangs in no document, and the toolkit would follow its link to the dead one.
+     * An element that a second call replaces hangs nowhere: a handle to it is not to be changed once the object is
+     * gone, for the toolkit would follow its link to the dead document.
      */
     virtual void setNode(const QDomElement &e);
 
@@ -136,7 +141,10 @@ public:
      */
     static int getNodesOfType(QDomElement &parent, XMLOBJECT_TYPE type, std::list<QDomNode> &out);
 
-    /** Removes every direct child of \a parent that is named as kind \a type. */
+    /**
+     * Removes every direct child of \a parent that is named as kind \a type. A handle to one is not to be changed once
+     * the document of \a parent is gone, unless it was appended elsewhere.
+     */
     static void removeNodesOfType(QDomElement &parent, XMLOBJECT_TYPE type);
 
     /** Returns true when \a e has the property \a key. */

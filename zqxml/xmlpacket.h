@@ -117,6 +117,7 @@ public:
 
 private:
     QDomElement adopt(const QDomNode &element);
+    bool beginsWithHeader() const;
 
     QDomDocument packetDocument;
     QDomElement rootElement;

@@ -10,6 +10,8 @@
 #include <QStringView>
 
 #include <algorithm>
+#include <array>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
@@ -194,49 +196,44 @@ Shape shapeOf(unsigned int elementType)
     }
 }
 
-struct Row {
-    const CONVERTSTRUCTELEMENTINFO *info;
-    Shape shape;
-    QString elementName; ///< the tag as it was last spelt, shared by the elements named so
-};
-
 /** Finds the rows of one conversion table by their tags. */
 class RowIndex
 {
 public:
-    explicit RowIndex(const CONVERTSTRUCTELEMENTINFO *table)
+    explicit RowIndex(const CONVERTSTRUCTELEMENTINFO *conversionTable) : table(conversionTable)
     {
-        for (; table->elementType != 0; ++table)
-            rows.push_back(Row{table, shapeOf(table->elementType), QString()});
-        while ((std::size_t(1) << bits) < 2 * rows.size())
+        std::uint32_t rows = 0;
+        while (table[rows].elementType != 0)
+            ++rows;
+        while ((1u << bits) < 2 * rows)
             ++bits;
-        buckets.assign(std::size_t(1) << bits, nullptr);
-        for (Row &row : rows) {
-            Row *&bucket = bucketOf(row.info->dataTag);
-            if (!bucket) // the first row of a tag decides
-                bucket = &row;
+        buckets.resize(std::size_t(1) << bits);
+        for (std::uint32_t row = 0; row < rows; ++row) {
+            std::uint32_t &bucket = bucketOf(table[row].dataTag);
+            if (bucket == 0) // the first row of a tag decides
+                bucket = row + 1;
         }
     }
 
-    Q_DISABLE_COPY(RowIndex)
-
-    Row *find(unsigned int tag)
+    /** Returns null for a tag without a row. */
+    const CONVERTSTRUCTELEMENTINFO *find(unsigned int tag)
     {
-        return bucketOf(tag);
+        const std::uint32_t bucket = bucketOf(tag);
+        return bucket == 0 ? nullptr : table + bucket - 1;
     }
 
 private:
-    Row *&bucketOf(unsigned int tag)
+    std::uint32_t &bucketOf(unsigned int tag)
     {
         // Fibonacci hashing spreads tags that count up as well as tags that share their low bits.
         std::size_t i = (tag * 2654435769u) >> (32 - bits);
-        while (buckets[i] && buckets[i]->info->dataTag != tag)
+        while (buckets[i] != 0 && table[buckets[i] - 1].dataTag != tag)
             i = (i + 1) & (buckets.size() - 1);
         return buckets[i];
     }
 
-    std::vector<Row> rows;
-    std::vector<Row *> buckets; // at most half of them in use
+    const CONVERTSTRUCTELEMENTINFO *table;
+    std::vector<std::uint32_t> buckets; // numbers of rows, from 1; 0 where none, which is half of them or more
     unsigned int bits = 1;
 };
 
@@ -250,8 +247,7 @@ public:
         const auto found = indexes.find(type);
         if (found != indexes.end())
             return &found->second;
-        const CONVERTSTRUCTELEMENTINFO *const table =
-            type == unconvertedType ? nullptr : ZQGetSystemStorageClassConv(type);
+        CONVERTSTRUCTELEMENTINFO *const table = type == unconvertedType ? nullptr : ZQGetSystemStorageClassConv(type);
         return table ? &indexes.try_emplace(type, table).first->second : nullptr;
     }
 
@@ -323,23 +319,21 @@ public:
     }
 
     template <typename View>
-    QDomElement field(Row &row, View tag, View value)
+    QDomElement field(const CONVERTSTRUCTELEMENTINFO &row, View tag, View value)
     {
-        if (row.elementName != tag)
-            row.elementName = toText(tag);
-        switch (row.shape) {
+        const QString &name = nameOf(row.dataTag, tag);
+        switch (shapeOf(row.elementType)) {
         case Shape::Simple:
-            return withAttribute(row.elementName, XMLPacketable::VALUE, toText(value));
+            return withAttribute(name, XMLPacketable::VALUE, toText(value));
         case Shape::Key:
-            return key(row.elementName, value);
+            return key(name, value);
         case Shape::NumberArray:
-            return numberArray(row.elementName, value);
+            return numberArray(name, value);
         case Shape::StringArray:
-            return stringArray(row.elementName, value);
+            return stringArray(name, value);
         case Shape::Binary:
-            return withAttribute(
-                row.elementName, XMLPacketable::VALUE,
-                QStringLiteral("?? CONV_BINARYDATA (%1) ??").arg(QString::fromLatin1(row.info->fieldName)));
+            return withAttribute(name, XMLPacketable::VALUE,
+                                 QStringLiteral("?? CONV_BINARYDATA (%1) ??").arg(QString::fromLatin1(row.fieldName)));
         case Shape::None:
             break;
         }
@@ -347,6 +341,16 @@ public:
     }
 
 private:
+    // Elements with the same tag share their name.
+    template <typename View>
+    const QString &nameOf(unsigned int number, View tag)
+    {
+        QString &name = names[number % names.size()];
+        if (name != tag)
+            name = toText(tag);
+        return name;
+    }
+
     template <typename View>
     void appendValues(QDomElement &array, Parts<View> &texts)
     {
@@ -359,6 +363,7 @@ private:
 
     const AcceptAnyCharacter accept;
     QDomDocument document;
+    std::array<QString, 128> names; // as they were last spelt
 };
 
 QDomElement appendTo(QDomElement &parent, const QDomElement &child)
@@ -385,7 +390,11 @@ public:
         for (View line, tag, value; lines.next(line);) {
             if (!split(line.trimmed(), tag, value))
                 continue;
-            if (tag == XMLPacketable::END_ITEM || tag == XMLPacketable::END_LIST) {
+            bool isNumber = false; // which no marker is
+            const unsigned int number = toHex(tag, &isNumber);
+            if (isNumber) {
+                readField(number, tag, value);
+            } else if (tag == XMLPacketable::END_ITEM || tag == XMLPacketable::END_LIST) {
                 if (levels.size() == 1)
                     return true;
                 close();
@@ -393,8 +402,6 @@ public:
                 open(XMLPacketable::LIST, XMLPacketable::SIZE, value, nullptr);
             } else if (tag == XMLPacketable::START_ITEM) {
                 openItem(value);
-            } else {
-                readField(tag, value);
             }
         }
         while (levels.size() > 1)
@@ -459,16 +466,16 @@ private:
             levels.back().element.appendChild(element);
     }
 
-    void readField(View tag, View value)
+    void readField(unsigned int number, View tag, View value)
     {
         Level &level = levels.back();
         if (!level.rows || level.element.isNull())
             return;
-        bool ok = false;
-        const unsigned int number = toHex(tag, &ok);
-        Row *const row = ok ? level.rows->find(number) : nullptr;
-        if (row && row->shape != Shape::None)
-            level.element.appendChild(factory.field(*row, tag, value));
+        if (const CONVERTSTRUCTELEMENTINFO *const row = level.rows->find(number)) {
+            const QDomElement field = factory.field(*row, tag, value);
+            if (!field.isNull())
+                level.element.appendChild(field);
+        }
     }
 
     Lines &lines;
@@ -485,59 +492,67 @@ void readText(QDomElement &parent, View text)
     TreeReader<Parts<View>>(parent, tables, nullptr, lines).read();
 }
 
+int sizeOf(QLatin1Char)
+{
+    return 1;
+}
+
+int sizeOf(const QString &piece)
+{
+    return static_cast<int>(piece.size());
+}
+
+QChar *copy(QLatin1Char piece, QChar *to)
+{
+    *to = piece;
+    return to + 1;
+}
+
+QChar *copy(const QString &piece, QChar *to)
+{
+    return std::copy(piece.cbegin(), piece.cend(), to);
+}
+
+// Grows the text once for all pieces.
+template <typename... Pieces>
+void append(QString &text, const Pieces &...pieces)
+{
+    const auto start = text.size();
+    text.resize((start + ... + sizeOf(pieces)));
+    QChar *end = text.data() + start;
+    ((end = copy(pieces, end)), ...);
+}
+
+constexpr QLatin1Char blank(' ');
+constexpr QLatin1Char lineEnd('\n');
+
 // Fills the texts in one at a time: a text that holds a marker itself takes the next text's place.
 QString fillLine(const QString &first, const QString &second, const QString &third)
 {
     return QStringLiteral("%1 %2 %3\n").arg(first).arg(second).arg(third);
 }
 
-void appendLine(QString &text, const QString &tag, const QString &value)
+/** Appends the values of an array and returns their number. */
+int appendValues(QString &text, const QDomElement &array, QLatin1Char separator)
 {
-    text += tag;
-    text += QLatin1Char(' ');
-    text += value;
-    text += QLatin1Char('\n');
-}
-
-void appendKey(QString &text, const QDomElement &field)
-{
-    const QString tag = field.tagName();
-    const QString key = field.attribute(XMLPacketable::KEY);
-    const QString hkey = field.attribute(XMLPacketable::HKEY);
-    if (tag.contains(QLatin1Char('%')) || key.contains(QLatin1Char('%'))) {
-        text += fillLine(tag, key, hkey);
-        return;
-    }
-    text += tag;
-    text += QLatin1Char(' ');
-    text += key;
-    text += QLatin1Char(' ');
-    text += hkey;
-    text += QLatin1Char('\n');
-}
-
-void appendArray(QString &text, const QDomElement &field, QLatin1Char separator)
-{
-    const QString tag = field.tagName();
-    const auto start = text.size();
     int count = 0;
-    for (QDomNode child = field.firstChild(); !child.isNull(); child = child.nextSibling()) {
-        const QDomElement value = child.toElement();
-        if (value.isNull() || value.tagName() != XMLPacketable::VALUE)
+    for (QDomNode child = array.firstChild(); !child.isNull(); child = child.nextSibling()) {
+        if (!child.isElement() || child.nodeName() != XMLPacketable::VALUE)
             continue;
         if (count++ > 0)
-            text += separator;
-        text += textOf(value);
+            append(text, separator, textOf(child));
+        else
+            text += textOf(child);
     }
-    if (tag.contains(QLatin1Char('%'))) {
-        const QString values = text.mid(start);
-        text.truncate(start);
-        text += fillLine(tag, QString::number(count), values);
-        return;
-    }
+    return count;
+}
+
+QString toArrayPacket(const QDomElement &array, QLatin1Char separator)
+{
+    QString values;
+    const int count = appendValues(values, array, separator);
     // On purpose the count is decimal, though it is read in base 16.
-    text.insert(start, tag + QLatin1Char(' ') + QString::number(count) + QLatin1Char(' '));
-    text += QLatin1Char('\n');
+    return fillLine(array.tagName(), QString::number(count), values);
 }
 
 /** Writes the children of an element as packet text. */
@@ -557,78 +572,101 @@ public:
         text.reserve(4096);
         levels.push_back(Level{element.firstChild(), rows, nullptr});
         while (!levels.empty()) {
-            const QDomNode child = levels.back().next;
-            if (child.isNull()) {
+            QDomNode &child = levels.back().child;
+            if (child.isNull())
                 close();
-                continue;
-            }
-            levels.back().next = child.nextSibling();
-            if (child.isElement())
-                writeChild(child.toElement());
+            else if (!child.isElement() || !write(child.toElement(), child.nodeName()))
+                child = child.nextSibling();
         }
         return text;
     }
 
 private:
     struct Level {
-        QDomNode next; ///< the child to write next
+        QDomNode child; ///< the one to write next, or that is being written
         RowIndex *rows; ///< null where fields are left out
         const QString *endMarker; ///< null for the element asked for
     };
 
-    void writeChild(const QDomElement &child)
+    /** Writes a field, or opens a level for a list or an item; returns true for the latter. */
+    bool write(const QDomElement &child, const QString &name)
     {
-        const QString name = child.nodeName();
-        if (name == XMLPacketable::LIST) {
-            open(XMLPacketable::START_LIST, child.attribute(XMLPacketable::SIZE),
-                 Level{child.firstChild(), nullptr, &XMLPacketable::END_LIST});
+        bool isNumber = false; // which "list" and "item" are not
+        const unsigned int tag = toHex(QStringView(name), &isNumber);
+        if (isNumber) {
+            RowIndex *const rows = levels.back().rows;
+            if (const CONVERTSTRUCTELEMENTINFO *const row = rows ? rows->find(tag) : nullptr)
+                writeField(shapeOf(row->elementType), child, name);
+        } else if (name == XMLPacketable::LIST) {
+            return open(XMLPacketable::START_LIST, child.attribute(XMLPacketable::SIZE),
+                        Level{child.firstChild(), nullptr, &XMLPacketable::END_LIST});
         } else if (name == XMLPacketable::ITEM) {
             RowIndex *const rows = tables.ofType(typeOfItem(child));
             // The markers of an item that is not converted stand with nothing between them.
-            open(XMLPacketable::START_ITEM, child.attribute(XMLPacketable::DATATYPE),
-                 Level{rows ? child.firstChild() : QDomNode(), rows, &XMLPacketable::END_ITEM});
-        } else if (RowIndex *const rows = levels.back().rows) {
-            bool ok = false;
-            const unsigned int tag = toHex(QStringView(child.tagName()), &ok);
-            if (const Row *const row = ok ? rows->find(tag) : nullptr)
-                writeField(row->shape, child);
+            return open(XMLPacketable::START_ITEM, child.attribute(XMLPacketable::DATATYPE),
+                        Level{rows ? child.firstChild() : QDomNode(), rows, &XMLPacketable::END_ITEM});
         }
+        return false;
     }
 
-    void open(const QString &startMarker, const QString &value, const Level &level)
+    bool open(const QString &startMarker, const QString &value, const Level &level)
     {
         if (levels.size() > XMLPacketable::NESTING_LIMIT)
-            return;
-        appendLine(text, startMarker, value);
+            return false;
+        append(text, startMarker, blank, value, lineEnd);
         levels.push_back(level);
+        return true;
     }
 
     void close()
     {
         if (levels.back().endMarker)
-            appendLine(text, *levels.back().endMarker, QStringLiteral("0"));
+            append(text, *levels.back().endMarker, blank, QLatin1Char('0'), lineEnd);
         levels.pop_back();
+        if (!levels.empty())
+            levels.back().child = levels.back().child.nextSibling();
     }
 
-    void writeField(Shape shape, const QDomElement &field)
+    void writeField(Shape shape, const QDomElement &field, const QString &tag)
     {
         switch (shape) {
         case Shape::Simple:
-            XMLPacketable::appendSimpleValuePacket(text, field);
+            append(text, tag, blank, field.attribute(XMLPacketable::VALUE), lineEnd);
             break;
         case Shape::Key:
-            appendKey(text, field);
+            writeKey(tag, field.attribute(XMLPacketable::KEY), field.attribute(XMLPacketable::HKEY));
             break;
         case Shape::NumberArray:
-            appendArray(text, field, QLatin1Char(' '));
+            writeArray(tag, field, blank);
             break;
         case Shape::StringArray:
-            appendArray(text, field, QLatin1Char('\r'));
+            writeArray(tag, field, QLatin1Char('\r'));
             break;
         case Shape::Binary: // never goes back into a record
         case Shape::None:
             break;
         }
+    }
+
+    void writeKey(const QString &tag, const QString &key, const QString &hkey)
+    {
+        if (key.contains(QLatin1Char('%')))
+            text += fillLine(tag, key, hkey);
+        else
+            append(text, tag, blank, key, blank, hkey, lineEnd);
+    }
+
+    void writeArray(const QString &tag, const QDomElement &array, QLatin1Char separator)
+    {
+        // The count is known when the values are written; few arrays need more than the one digit kept for it.
+        append(text, tag, blank, QLatin1Char('0'), blank);
+        const auto digit = text.size() - 2;
+        const int count = appendValues(text, array, separator);
+        if (count < 10)
+            text[digit] = QLatin1Char(static_cast<char>('0' + count));
+        else
+            text.replace(digit, 1, QString::number(count));
+        text += lineEnd;
     }
 
     QString text;
@@ -738,7 +776,7 @@ QString XMLPacketable::toPacket(const QDomElement &element)
 
 void XMLPacketable::appendSimpleValuePacket(QString &text, const QDomElement &field)
 {
-    appendLine(text, field.tagName(), field.attribute(VALUE));
+    append(text, field.tagName(), blank, field.attribute(VALUE), lineEnd);
 }
 
 QString XMLPacketable::toSimpleValuePacket(const QDomElement &field)
@@ -748,23 +786,17 @@ QString XMLPacketable::toSimpleValuePacket(const QDomElement &field)
 
 QString XMLPacketable::toZQKEYValuePacket(const QDomElement &field)
 {
-    QString text;
-    appendKey(text, field);
-    return text;
+    return fillLine(field.tagName(), field.attribute(KEY), field.attribute(HKEY));
 }
 
 QString XMLPacketable::toNumberArrayValuePacket(const QDomElement &field)
 {
-    QString text;
-    appendArray(text, field, QLatin1Char(' '));
-    return text;
+    return toArrayPacket(field, blank);
 }
 
 QString XMLPacketable::toStringArrayValuePacket(const QDomElement &field)
 {
-    QString text;
-    appendArray(text, field, QLatin1Char('\r'));
-    return text;
+    return toArrayPacket(field, QLatin1Char('\r'));
 }
 
 QDomElement XMLPacketable::createListElement(QDomElement &parent, const QString &size)
