@@ -15,34 +15,19 @@
  */
 namespace plain {
 
-inline int kindOf(const CONVERTSTRUCTELEMENTINFO &row)
-{
-    switch (row.elementType) {
-    case 13:
-        return row.fieldSize == 1 ? 7 : row.fieldSize == 2 ? 6 : row.fieldSize == 4 ? 29 : 5;
-    case 16:
-        return row.fieldSize == 1 ? 19 : row.fieldSize == 2 ? 18 : row.fieldSize == 4 ? 31 : 17;
-    case 20:
-    case 21:
-        return 29;
-    default:
-        return row.elementType < 32 ? static_cast<int>(row.elementType) : -1;
-    }
-}
-
 enum Shape { None, Simple, Key, Numbers, Strings, Binary };
 
 inline Shape shapeOf(const CONVERTSTRUCTELEMENTINFO &row)
 {
-    static const QList<int> simple{1, 2, 3, 4, 5, 6, 7, 8, 9, 11, 12, 24, 25, 28, 29};
-    static const QList<int> numbers{15, 17, 18, 19, 27, 30, 31};
-    const int kind = kindOf(row);
-    return simple.contains(kind) ? Simple
-        : kind == 14             ? Key
-        : numbers.contains(kind) ? Numbers
-        : kind == 22             ? Strings
-        : kind == 23             ? Binary
-                                 : None;
+    // Numbers, 13 and 16, are of four sizes and of one shape.
+    static const QList<unsigned int> simple{1, 2, 3, 4, 5, 6, 7, 8, 9, 11, 12, 13, 20, 21, 24, 25, 28, 29};
+    static const QList<unsigned int> numbers{15, 16, 17, 18, 19, 27, 30, 31};
+    return simple.contains(row.elementType) ? Simple
+        : numbers.contains(row.elementType) ? Numbers
+        : row.elementType == 14             ? Key
+        : row.elementType == 22             ? Strings
+        : row.elementType == 23             ? Binary
+                                            : None;
 }
 
 /** Returns false for an item that is not converted. */

@@ -70,6 +70,22 @@ private:
     QByteArray text;
 };
 
+/** Returns the packet text of \a record. */
+inline QByteArray packetTextOf(ZQPacketable &record)
+{
+    unsigned int length = 0;
+    const std::unique_ptr<char, decltype(&std::free)> text(record.toPacket(length), &std::free);
+    return QByteArray(text.get(), static_cast<int>(length));
+}
+
+/** Reads \a text into \a record; false when it is none of the record's type. */
+inline bool readPacketText(ZQPacketable &record, const QByteArray &text)
+{
+    // A copy without the zero byte behind it, so that reading past its end is seen.
+    std::vector<char> bytes(text.cbegin(), text.cend());
+    return record.fromPacket(bytes.data(), static_cast<unsigned int>(bytes.size()), false, true);
+}
+
 /** An agent that keeps what it receives, and does what a test wants when it is called. */
 class RecordingAgent : public XMLAgent
 {

@@ -3,9 +3,7 @@
 
 #include "testtools.h"
 
-#include <zqxml/xmlaction.h>
 #include <zqxml/xmlobject.h>
-#include <zqxml/xmlui.h>
 
 #include <QLibrary>
 #include <QTextCodec>
@@ -17,21 +15,16 @@ class tst_XMLObject : public QObject
 
 private Q_SLOTS:
     void entryFunctionIsExported();
-    void kinds_data();
     void kinds();
-    void ownDocument();
-    void setNodeKeepsACopy();
+    void ownElement();
     void textIsTheSameInEveryLocale();
-    void namesAndTextSurviveEveryPolicy_data();
     void namesAndTextSurviveEveryPolicy();
     void getElement();
     void nodesOfType();
-    void writtenProperties_data();
     void writtenProperties();
     void readValues_data();
     void readValues();
     void propertyText();
-    void propertyChangesFirstTextNodeOnly_data();
     void propertyChangesFirstTextNodeOnly();
     void attributes();
     void numberLists_data();
@@ -74,62 +67,38 @@ void tst_XMLObject::entryFunctionIsExported()
 #endif
 }
 
-void tst_XMLObject::kinds_data()
-{
-    QTest::addColumn<int>("kind");
-    QTest::addColumn<QString>("name");
-    QTest::newRow("packet") << 0 << QStringLiteral("zqxml");
-    QTest::newRow("packetable") << 1 << QStringLiteral("packetable");
-    QTest::newRow("action") << 2 << QStringLiteral("action");
-    QTest::newRow("ui") << 3 << QStringLiteral("ui");
-    QTest::newRow("image") << 4 << QStringLiteral("img");
-    QTest::newRow("message") << 5 << QStringLiteral("msg");
-    QTest::newRow("past the last") << 6 << QStringLiteral("nobody");
-    QTest::newRow("before the first") << -1 << QStringLiteral("nobody");
-}
-
 void tst_XMLObject::kinds()
 {
-    QFETCH(int, kind);
-    QFETCH(QString, name);
-    XMLObject object(static_cast<XMLObject::XMLOBJECT_TYPE>(kind));
-    QCOMPARE(object.rootNodeName(), name);
-    QCOMPARE(dump(object.getNode()), name);
-    QCOMPARE(object.toString().trimmed(), QStringLiteral("<%1/>").arg(name));
-    QCOMPARE(object.isXMLPacketable(), kind == 1);
-    QCOMPARE(object.isXMLAction(), kind == 2);
-    QCOMPARE(object.isXMLUI(), kind == 3);
-    QCOMPARE(object.isXMLImage(), kind == 4);
-    QCOMPARE(object.isXMLMessage(), kind == 5);
+    const char *const names[] = {"nobody", "zqxml", "packetable", "action", "ui", "img", "msg", "nobody"};
+    for (int kind = -1; kind <= 6; ++kind) {
+        XMLObject object(static_cast<XMLObject::XMLOBJECT_TYPE>(kind));
+        const QString name = QString::fromLatin1(names[kind + 1]);
+        QCOMPARE(object.rootNodeName(), name);
+        QCOMPARE(object.toString().trimmed(), QStringLiteral("<%1/>").arg(name));
+        QCOMPARE(object.isXMLPacketable(), kind == 1);
+        QCOMPARE(object.isXMLAction(), kind == 2);
+        QCOMPARE(object.isXMLUI(), kind == 3);
+        QCOMPARE(object.isXMLImage(), kind == 4);
+        QCOMPARE(object.isXMLMessage(), kind == 5);
+    }
 }
 
-void tst_XMLObject::ownDocument()
+void tst_XMLObject::ownElement()
 {
-    XMLObject object(XMLObject::XML_UI);
-    XMLObject other(XMLObject::XML_UI);
-    QDomDocument own = object.getNode().ownerDocument();
-    QVERIFY(own != other.getNode().ownerDocument());
-    QCOMPARE(XMLObject::toString(own), QStringLiteral("<dummydoc xmlns=\"\">\n <ui/>\n</dummydoc>\n"));
-    QCOMPARE(XMLObject::getDocumentRoot(own).tagName(), QStringLiteral("dummydoc"));
-    QVERIFY(object.getNodeConst() == object.getNode());
-    // No meta-object of its own: a class that has one names QObject as its superclass.
-    QCOMPARE(XMLAction::staticMetaObject.superClass(), &QObject::staticMetaObject);
-}
-
-void tst_XMLObject::setNodeKeepsACopy()
-{
-    QDomElement original = parse("<action a='1'><b>text</b></action>");
     XMLObject object(XMLObject::XML_ACTION);
     const QDomElement former = object.getNode();
+    QDomDocument own = former.ownerDocument();
+    QCOMPARE(XMLObject::toString(own), QStringLiteral("<dummydoc xmlns=\"\">\n <action/>\n</dummydoc>\n"));
+    QCOMPARE(XMLObject::getDocumentRoot(own).tagName(), QStringLiteral("dummydoc"));
+    QDomElement original = parse("<action a='1'><b>text</b></action>");
     object.setNode(original);
-    QCOMPARE(dump(object.getNode()), dump(original));
-    QVERIFY(object.getNode().parentNode().isNull());
+    QCOMPARE(dump(object.getNodeConst()), dump(original));
+    QVERIFY(object.getNode().ownerDocument() == own && object.getNode().parentNode().isNull());
     QCOMPARE(former.parentNode().nodeName(), QStringLiteral("dummydoc"));
     object.getNode().setAttribute(QStringLiteral("a"), QStringLiteral("2"));
     QCOMPARE(original.attribute(QStringLiteral("a")), QStringLiteral("1"));
     object.setNode(QDomElement());
-    QVERIFY(object.getNode().isNull());
-    QCOMPARE(object.toString(), QString());
+    QVERIFY(object.getNode().isNull() && object.toString().isEmpty());
 }
 
 void tst_XMLObject::textIsTheSameInEveryLocale()
@@ -142,27 +111,19 @@ void tst_XMLObject::textIsTheSameInEveryLocale()
     QCOMPARE(XMLObject::toString(e), QStringLiteral(" <e>\n  <k>Plakat \u00e4\u20ac</k>\n </e>\n"));
 }
 
-void tst_XMLObject::namesAndTextSurviveEveryPolicy_data()
-{
-    QTest::addColumn<int>("policy");
-    QTest::newRow("accept") << int(QDomImplementation::AcceptInvalidChars);
-    QTest::newRow("drop") << int(QDomImplementation::DropInvalidChars);
-    QTest::newRow("null") << int(QDomImplementation::ReturnNullNode);
-}
-
 void tst_XMLObject::namesAndTextSurviveEveryPolicy()
 {
-    QFETCH(int, policy);
-    const auto wanted = static_cast<QDomImplementation::InvalidDataPolicy>(policy);
-    QDomImplementation::setInvalidDataPolicy(wanted);
-    QDomElement e = newElement();
-    XMLObject::createElementV(e, QStringLiteral("1f"));
-    XMLObject::setProperty(e, QStringLiteral("2"), QStringLiteral("a\u0001b"));
-    XMLObject::createTextNodeV(e, QStringLiteral("\u0002"));
-    const auto left = QDomImplementation::invalidDataPolicy();
-    QDomImplementation::setInvalidDataPolicy(QDomImplementation::AcceptInvalidChars);
-    QCOMPARE(dump(e), QStringLiteral("e(1f 2(\"a\u0001b\") \"\u0002\")"));
-    QCOMPARE(left, wanted);
+    for (const auto policy : {QDomImplementation::DropInvalidChars, QDomImplementation::ReturnNullNode}) {
+        QDomImplementation::setInvalidDataPolicy(policy);
+        QDomElement e = newElement();
+        XMLObject::createElementV(e, QStringLiteral("1f"));
+        XMLObject::setProperty(e, QStringLiteral("2"), QStringLiteral("a\u0001b"));
+        XMLObject::createTextNodeV(e, QStringLiteral("\u0002"));
+        const auto left = QDomImplementation::invalidDataPolicy();
+        QDomImplementation::setInvalidDataPolicy(QDomImplementation::AcceptInvalidChars);
+        QCOMPARE(dump(e), QStringLiteral("e(1f 2(\"a\u0001b\") \"\u0002\")"));
+        QCOMPARE(left, policy);
+    }
 }
 
 void tst_XMLObject::getElement()
@@ -170,137 +131,88 @@ void tst_XMLObject::getElement()
     QDomElement e = parse("<e><a><k n='deep'/></a><k n='first'/><k n='second'/><?p i?><p/></e>");
     QCOMPARE(XMLObject::getElement(e, K).attribute(QStringLiteral("n")), QStringLiteral("first"));
     QVERIFY(XMLObject::getElement(e, QStringLiteral("none")).isNull());
-    QVERIFY2(XMLObject::getElement(e, QStringLiteral("p")).isNull(), "an instruction hides the element behind it");
-    QVERIFY(!XMLObject::hasProperty(e, QStringLiteral("p")));
+    QVERIFY2(!XMLObject::hasProperty(e, QStringLiteral("p")), "an instruction hides the element behind it");
 }
 
 void tst_XMLObject::nodesOfType()
 {
     QDomElement e = parse("<e><action n='1'/><ui><action n='deep'/></ui><action n='2'/>text<Action/></e>");
     std::list<QDomNode> found;
-    QCOMPARE(XMLObject::getNodesOfType(e, XMLObject::XML_IMAGE, found), 0);
     QVERIFY(!XMLObject::hasNodesOfType(e, XMLObject::XML_IMAGE));
     QVERIFY(XMLObject::hasNodesOfType(e, XMLObject::XML_ACTION));
     QCOMPARE(XMLObject::getNodesOfType(e, XMLObject::XML_ACTION, found), 2);
     QCOMPARE(XMLObject::getNodesOfType(e, XMLObject::XML_ACTION, found), 2);
-    QStringList order;
-    for (const QDomNode &n : found)
-        order << n.toElement().attribute(QStringLiteral("n"));
-    QCOMPARE(order.join(QLatin1Char(' ')), QStringLiteral("1 2 1 2"));
+    QCOMPARE(dump(found.front()) + dump(found.back()), QStringLiteral("action[n=1]action[n=2]"));
+    QCOMPARE(int(found.size()), 4);
     XMLObject::removeNodesOfType(e, XMLObject::XML_ACTION);
     QCOMPARE(dump(e), QStringLiteral("e(ui(action[n=deep]) \"text\" Action)"));
-    XMLObject::removeNodesOfType(e, XMLObject::XML_ACTION);
-    QDomElement empty = newElement();
-    QVERIFY(!XMLObject::hasNodesOfType(empty, static_cast<XMLObject::XMLOBJECT_TYPE>(9)));
 }
-
-void tst_XMLObject::writtenProperties_data()
-{
-    QTest::addColumn<std::function<void(QDomElement &)>>("write");
-    QTest::addColumn<QString>("text");
-    using Write = std::function<void(QDomElement &)>;
-    const auto row = [](const char *name, const Write &write, const char *text) {
-        QTest::newRow(name) << write << QString::fromLatin1(text);
-    };
-    row(
-        "true", [](QDomElement &e) { XMLObject::setProperty(e, K, true); }, "1");
-    row(
-        "false", [](QDomElement &e) { XMLObject::setProperty(e, K, false); }, "0");
-    row(
-        "a literal is text", [](QDomElement &e) { XMLObject::setProperty(e, K, "yes"); }, "yes");
-    row(
-        "a wide literal is text", [](QDomElement &e) { XMLObject::setProperty(e, K, u"yes"); }, "yes");
-    row(
-        "int", [](QDomElement &e) { XMLObject::setProperty(e, K, -2147483647 - 1); }, "-2147483648");
-    row(
-        "unsigned", [](QDomElement &e) { XMLObject::setProperty(e, K, 4294967295u, 16); }, "ffffffff");
-    row(
-        "double", [](QDomElement &e) { XMLObject::setProperty(e, K, 0.1); }, "0.1");
-    row(
-        "six digits", [](QDomElement &e) { XMLObject::setProperty(e, K, 1234567.0); }, "1.23457e+06");
-    row(
-        "exponent from -5", [](QDomElement &e) { XMLObject::setProperty(e, K, 0.00001234); }, "1.234e-05");
-    row(
-        "ints",
-        [](QDomElement &e) {
-            XMLObject::setProperty(e, K, QList<int>{10, 255}, 16);
-        },
-        "a ff");
-    row(
-        "unsigneds",
-        [](QDomElement &e) {
-            XMLObject::setProperty(e, K, QList<unsigned int>{0, 17}, 10);
-        },
-        "0 17");
-    row(
-        "empty list", [](QDomElement &e) { XMLObject::setProperty(e, K, QList<int>(), 16); }, "");
-}
-
-Q_DECLARE_METATYPE(std::function<void(QDomElement &)>)
 
 void tst_XMLObject::writtenProperties()
 {
-    QFETCH(std::function<void(QDomElement &)>, write);
-    QFETCH(QString, text);
     QDomElement e = newElement();
-    XMLObject::setProperty(e, K, QStringLiteral("before"));
-    write(e);
-    QCOMPARE(dump(e), QStringLiteral("e(k(\"%1\"))").arg(text));
-    QDomElement fresh = newElement();
-    write(fresh);
-    QCOMPARE(dump(fresh), dump(e));
+    const auto key = [](const char *name) { return QString::fromLatin1(name); };
+    XMLObject::setProperty(e, key("true"), true);
+    XMLObject::setProperty(e, key("false"), false);
+    XMLObject::setProperty(e, key("literal"), "yes");
+    XMLObject::setProperty(e, key("wide"), u"yes");
+    XMLObject::setProperty(e, key("int"), -2147483647 - 1);
+    XMLObject::setProperty(e, key("unsigned"), 4294967295u, 16);
+    XMLObject::setProperty(e, key("double"), 0.1);
+    XMLObject::setProperty(e, key("digits"), 1234567.0);
+    XMLObject::setProperty(e, key("small"), 0.00001234);
+    XMLObject::setProperty(e, key("ints"), QList<int>{10, 255}, 16);
+    XMLObject::setProperty(e, key("unsigneds"), QList<unsigned int>{0, 17}, 10);
+    XMLObject::setProperty(e, key("none"), QList<int>(), 16);
+    QCOMPARE(dump(e),
+             QStringLiteral("e(true(\"1\") false(\"0\") literal(\"yes\") wide(\"yes\") int(\"-2147483648\") "
+                            "unsigned(\"ffffffff\") double(\"0.1\") digits(\"1.23457e+06\") "
+                            "small(\"1.234e-05\") ints(\"a ff\") unsigneds(\"0 17\") none(\"\"))"));
 }
 
 void tst_XMLObject::readValues_data()
 {
     QTest::addColumn<QString>("text");
-    QTest::addColumn<bool>("asBool");
-    QTest::addColumn<int>("asInt");
-    QTest::addColumn<qlonglong>("asLong");
-    QTest::addColumn<unsigned int>("asUInt16");
-    QTest::addColumn<qulonglong>("asULong16");
-    QTest::addColumn<double>("asDouble");
-    QTest::newRow("missing") << QString() << false << 0 << 0ll << 0u << 0ull << 0.0;
-    QTest::newRow("1") << QStringLiteral("1") << true << 1 << 1ll << 1u << 1ull << 1.0;
-    QTest::newRow("01 is true") << QStringLiteral("01") << true << 1 << 1ll << 1u << 1ull << 1.0;
-    QTest::newRow("2 is false") << QStringLiteral("2") << false << 2 << 2ll << 2u << 2ull << 2.0;
-    QTest::newRow("true is false") << QStringLiteral("true") << false << 0 << 0ll << 0u << 0ull << 0.0;
-    QTest::newRow("white space around") << QStringLiteral(" 1\t") << true << 1 << 1ll << 1u << 1ull << 1.0;
-    QTest::newRow("negative") << QStringLiteral("-3") << false << -3 << -3ll << 0u << 0ull << -3.0;
-    QTest::newRow("hexadecimal") << QStringLiteral("ff") << false << 0 << 0ll << 255u << 255ull << 0.0;
-    QTest::newRow("group separator") << QStringLiteral("1,000") << false << 0 << 0ll << 0u << 0ull << 0.0;
-    QTest::newRow("fraction") << QStringLiteral("1.5") << false << 0 << 0ll << 0u << 0ull << 1.5;
-    QTest::newRow("past 32 bits") << QStringLiteral("4294967296") << false << 0 << qlonglong(4294967296l) << 0u
-                                  << qulonglong(0x4294967296ul) << 4294967296.0;
+    QTest::addColumn<QString>("numbers"); // bool, int, long, and in base 16 unsigned int and unsigned long
+    QTest::addColumn<double>("number");
+    const auto row = [](const char *name, const char *text, const char *numbers, double number) {
+        QTest::newRow(name) << QString::fromLatin1(text) << QString::fromLatin1(numbers) << number;
+    };
+    row("missing", nullptr, "0 0 0 0 0", 0);
+    row("01 is true", "01", "1 1 1 1 1", 1);
+    row("2 is false", "2", "0 2 2 2 2", 2);
+    row("true is false", "true", "0 0 0 0 0", 0);
+    row("white space around", " 1\t", "1 1 1 1 1", 1);
+    row("negative", "-3", "0 -3 -3 0 0", -3);
+    row("hexadecimal", "ff", "0 0 0 255 255", 0);
+    row("group separator", "1,000", "0 0 0 0 0", 0);
+    row("fraction", "1.5", "0 0 0 0 0", 1.5);
+    row("past 32 bits", "4294967296", "0 0 4294967296 0 285960729238", 4294967296.0);
 }
 
 void tst_XMLObject::readValues()
 {
     QFETCH(QString, text);
-    QFETCH(bool, asBool);
-    QFETCH(int, asInt);
-    QFETCH(qlonglong, asLong);
-    QFETCH(unsigned int, asUInt16);
-    QFETCH(qulonglong, asULong16);
-    QFETCH(double, asDouble);
+    QFETCH(QString, numbers);
+    QFETCH(double, number);
     QDomElement e = newElement();
     if (!text.isNull()) {
         XMLObject::setProperty(e, K, text);
         XMLObject::setAttribute(e, K, text);
     }
+    const auto join = [](bool b, int i, long l, unsigned int u, unsigned long ul) {
+        return QStringLiteral("%1 %2 %3 %4 %5").arg(int(b)).arg(i).arg(l).arg(u).arg(ul);
+    };
+    QCOMPARE(join(XMLObject::getPropertyBool(e, K), XMLObject::getPropertyInt(e, K), XMLObject::getPropertyLong(e, K),
+                  XMLObject::getPropertyUInt(e, K, 16), XMLObject::getPropertyULong(e, K, 16)),
+             numbers);
+    QCOMPARE(join(XMLObject::getAttributeBool(e, K), XMLObject::getAttributeInt(e, K),
+                  XMLObject::getAttributeLong(e, K), XMLObject::getAttributeUInt(e, K, 16),
+                  XMLObject::getAttributeULong(e, K, 16)),
+             numbers);
+    QCOMPARE(XMLObject::getPropertyDouble(e, K), number);
     QCOMPARE(XMLObject::getProperty(e, K).isNull(), text.isNull());
-    QCOMPARE(XMLObject::getPropertyBool(e, K), asBool);
-    QCOMPARE(XMLObject::getPropertyInt(e, K), asInt);
-    QCOMPARE(qlonglong(XMLObject::getPropertyLong(e, K)), asLong);
-    QCOMPARE(XMLObject::getPropertyUInt(e, K, 16), asUInt16);
-    QCOMPARE(qulonglong(XMLObject::getPropertyULong(e, K, 16)), asULong16);
-    QCOMPARE(XMLObject::getPropertyDouble(e, K), asDouble);
     QCOMPARE(XMLObject::getAttribute(e, K), text);
-    QCOMPARE(XMLObject::getAttributeBool(e, K), asBool);
-    QCOMPARE(XMLObject::getAttributeInt(e, K), asInt);
-    QCOMPARE(qlonglong(XMLObject::getAttributeLong(e, K)), asLong);
-    QCOMPARE(XMLObject::getAttributeUInt(e, K, 16), asUInt16);
-    QCOMPARE(qulonglong(XMLObject::getAttributeULong(e, K, 16)), asULong16);
 }
 
 void tst_XMLObject::propertyText()
@@ -314,30 +226,19 @@ void tst_XMLObject::propertyText()
     QVERIFY2(null.isEmpty() && !null.isNull(), "a present property does not read as null");
 }
 
-void tst_XMLObject::propertyChangesFirstTextNodeOnly_data()
-{
-    QTest::addColumn<QString>("before");
-    QTest::addColumn<QString>("after");
-    const auto row = [](const char *name, const char *before, const char *after) {
-        QTest::newRow(name) << QString::fromLatin1(before) << QString::fromLatin1(after);
-    };
-    row("one text", "<e><k>old</k></e>", "e(k(\"new\"))");
-    row("behind an element", "<e><k><b/>old</k></e>", "e(k(b \"new\"))");
-    row("behind CDATA and a comment", "<e><k><![CDATA[c]]><!--c-->old<b/>more</k></e>",
-        "e(k(\"c\" <#comment> \"new\" b \"more\"))");
-    row("CDATA only", "<e><k><![CDATA[c]]></k></e>", "e(k(\"c\"))");
-    row("empty and parsed", "<e><k></k></e>", "e(k)");
-    row("first of two", "<e><k>1</k><k>2</k></e>", "e(k(\"new\") k(\"2\"))");
-    row("hidden by an instruction", "<e><?k x?><k>1</k></e>", "e(<k> k(\"1\") k(\"new\"))");
-}
-
 void tst_XMLObject::propertyChangesFirstTextNodeOnly()
 {
-    QFETCH(QString, before);
-    QFETCH(QString, after);
-    QDomElement e = parse(before.toLatin1().constData());
-    XMLObject::setProperty(e, K, QStringLiteral("new"));
-    QCOMPARE(dump(e), after);
+    const auto changed = [this](const char *xml) {
+        QDomElement e = parse(xml);
+        XMLObject::setProperty(e, K, QStringLiteral("new"));
+        return dump(e);
+    };
+    QCOMPARE(changed("<e><k>1</k><k>2</k></e>"), QStringLiteral("e(k(\"new\") k(\"2\"))"));
+    QCOMPARE(changed("<e><k><![CDATA[c]]><!--c-->old<b/>more</k></e>"),
+             QStringLiteral("e(k(\"c\" <#comment> \"new\" b \"more\"))"));
+    QCOMPARE(changed("<e><k><![CDATA[c]]></k></e>"), QStringLiteral("e(k(\"c\"))"));
+    QCOMPARE(changed("<e><k></k></e>"), QStringLiteral("e(k)"));
+    QCOMPARE(changed("<e><?k x?><k>1</k></e>"), QStringLiteral("e(<k> k(\"1\") k(\"new\"))"));
 }
 
 void tst_XMLObject::attributes()
@@ -368,7 +269,6 @@ void tst_XMLObject::numberLists_data()
     QTest::addColumn<bool>("ok");
     QTest::newRow("runs of blanks") << QStringLiteral("  1 a   ff ") << QList<int>{1, 10, 255} << true;
     QTest::newRow("no number between") << QStringLiteral("1 zz 3") << QList<int>{1, 3} << false;
-    QTest::newRow("no number at the end") << QStringLiteral("1 3 zz") << QList<int>{1, 3} << false;
     QTest::newRow("blanks only") << QStringLiteral("   ") << QList<int>() << true;
     QTest::newRow("a tab separates nothing") << QStringLiteral("1\t2 3") << QList<int>{3} << false;
     QTest::newRow("a tab around a number") << QStringLiteral("\t1 2\n") << QList<int>{1, 2} << true;
@@ -379,9 +279,7 @@ void tst_XMLObject::numberLists()
     QFETCH(QString, text);
     QFETCH(QList<int>, values);
     QFETCH(bool, ok);
-    QList<unsigned int> unsignedValues;
-    for (const int value : values)
-        unsignedValues << static_cast<unsigned int>(value);
+    const QList<unsigned int> unsignedValues(values.cbegin(), values.cend());
     bool flag = !ok;
     QCOMPARE(XMLObject::toLongList(text, &flag, 16), values);
     QCOMPARE(flag, ok);
@@ -393,12 +291,8 @@ void tst_XMLObject::numberLists()
     XMLObject::setProperty(e, K, text);
     QCOMPARE(XMLObject::getPropertyLongList(e, K, 16), ok ? values : QList<int>());
     QCOMPARE(XMLObject::getPropertyULongList(e, K, 16), ok ? unsignedValues : QList<unsigned int>());
-
-    for (bool untouched : {true, false}) {
-        const bool before = untouched;
-        QVERIFY(XMLObject::toLongList(QString(), &untouched, 16).isEmpty());
-        QCOMPARE(untouched, before);
-    }
+    QVERIFY(XMLObject::toLongList(QString(), &flag, 16).isEmpty());
+    QVERIFY2(flag == ok, "no text leaves the flag alone");
 }
 
 void tst_XMLObject::nullElementsAreLeftAlone()

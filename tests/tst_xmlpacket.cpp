@@ -23,18 +23,14 @@ class tst_XMLPacket : public QObject
 
 private Q_SLOTS:
     void newPacket();
-    void agentNumbers_data();
     void agentNumbers();
     void copies();
     void copyOutlivesTheOriginal();
-    void copyWithoutParts();
     void equality_data();
     void equality();
     void equalityAgreesWithTexts();
-    void deepPacketsAreCompared();
     void appendCopies();
     void appendVShares();
-    void appendRecord();
     void print();
 
 private:
@@ -65,60 +61,52 @@ void tst_XMLPacket::newPacket()
     QCOMPARE(packet.toString().trimmed(), QStringLiteral("<zqxml/>"));
 }
 
-void tst_XMLPacket::agentNumbers_data()
-{
-    QTest::addColumn<QString>("stored");
-    QTest::addColumn<int>("expected");
-    QTest::newRow("absent reads as 0") << QString() << 0;
-    QTest::newRow("negative") << QStringLiteral("-1") << -1;
-    QTest::newRow("hexadecimal digits are no number") << QStringLiteral("1a") << 0;
-    QTest::newRow("past 32 bits") << QStringLiteral("2147483648") << 0;
-}
-
 void tst_XMLPacket::agentNumbers()
 {
-    QFETCH(QString, stored);
-    QFETCH(int, expected);
     XMLPacket packet;
     packet.setSourceAgentID(3);
     packet.setSourceAgentID(-5);
     packet.setDestinationAgentID(7);
-    QDomElement header = rootOf(packet).firstChildElement();
+    const QDomElement header = rootOf(packet).firstChildElement();
     QCOMPARE(dump(header), QStringLiteral("header(src[agent_id=-5] dst[agent_id=7])"));
-    for (QDomElement agent = header.firstChildElement(); !agent.isNull(); agent = agent.nextSiblingElement()) {
-        agent.removeAttribute(XMLPacket::AGENT_ID);
-        if (!stored.isNull())
-            agent.setAttribute(XMLPacket::AGENT_ID, stored);
+    QCOMPARE(packet.getSourceAgentID(), -5);
+    QCOMPARE(packet.getDestinationAgentID(), 7);
+    for (const char *const noNumber : {"1a", "2147483648", ""}) {
+        header.firstChildElement().setAttribute(XMLPacket::AGENT_ID, QString::fromLatin1(noNumber));
+        QCOMPARE(packet.getSourceAgentID(), 0);
     }
-    QCOMPARE(packet.getSourceAgentID(), expected);
-    QCOMPARE(packet.getDestinationAgentID(), expected);
 }
 
 void tst_XMLPacket::copies()
 {
     XMLPacket packet;
     packet.setSourceAgentID(1);
+    packet.setDestinationAgentID(2);
     XMLAction action(QStringLiteral("a"), 2, 3);
     packet.appendV(action);
+    // A copy of a packet with a header behind its body finds its parts by name.
+    QDomElement root = rootOf(packet);
+    root.appendChild(root.firstChild());
     XMLPacket copy;
     copy.setDestinationAgentID(9);
     QCOMPARE(&(copy = packet), &copy);
     QVERIFY(copy == packet && !(copy != packet));
-    QCOMPARE(copy.getSourceAgentID(), 1);
-    QCOMPARE(copy.getDestinationAgentID(), 0);
+    QVERIFY(copy.getSourceAgentID() == 1 && copy.getDestinationAgentID() == 2);
     action.setName(QStringLiteral("changed"));
     QVERIFY(copy != packet);
-
-    // A copy of a packet with a header behind its body finds its parts by name.
-    QDomElement root = rootOf(packet);
-    root.appendChild(root.firstChild());
-    copy = packet;
-    QVERIFY(copy == packet);
-    QCOMPARE(copy.getSourceAgentID(), 1);
     XMLPacket &self = packet;
     packet = self;
+    copy = packet;
     QVERIFY(copy == packet);
-    QCOMPARE(action.getName(), QStringLiteral("changed"));
+
+    copy.init(nullptr);
+    QDomElement withoutParts = rootOf(copy);
+    while (withoutParts.hasChildNodes())
+        withoutParts.removeChild(withoutParts.firstChild());
+    packet = copy;
+    packet.setSourceAgentID(1);
+    XMLMessage message;
+    QVERIFY(packet.getSourceAgentID() == 0 && packet.isEmpty() && packet.append(message).isNull());
 }
 
 void tst_XMLPacket::copyOutlivesTheOriginal()
@@ -149,22 +137,6 @@ void tst_XMLPacket::copyOutlivesTheOriginal()
     QCOMPARE(XMLObject::getProperty(action, QStringLiteral("org_name")), QStringLiteral("o"));
 }
 
-void tst_XMLPacket::copyWithoutParts()
-{
-    XMLPacket packet;
-    QDomElement root = rootOf(packet);
-    while (root.hasChildNodes())
-        root.removeChild(root.firstChild());
-    XMLPacket copy;
-    copy = packet;
-    copy.setSourceAgentID(1);
-    QCOMPARE(copy.getSourceAgentID(), 0);
-    QVERIFY(copy.isEmpty());
-    XMLMessage message;
-    QVERIFY(copy.append(message).isNull());
-    QVERIFY(copy == packet);
-}
-
 void tst_XMLPacket::equality_data()
 {
     QTest::addColumn<QString>("body");
@@ -173,27 +145,17 @@ void tst_XMLPacket::equality_data()
     const auto row = [](const char *name, const char *body, const char *otherBody, bool equal) {
         QTest::newRow(name) << QString::fromUtf8(body) << QString::fromUtf8(otherBody) << equal;
     };
-    row("empty", "", "", true);
     row("same", "<a x='1'><b>t</b></a>", "<a x='1'><b>t</b></a>", true);
     row("attributes written in another order", "<a p='1' q='2' r='3'/>", "<a r='3' q='2' p='1'/>", true);
     row("attribute order beside what only texts can tell", "<a p='1' q='2'/><!--c-->", "<a q='2' p='1'/><!--c-->",
         true);
-    row("attribute value", "<a value='1'/><c/>", "<a value='2'/><c/>", false);
-    row("attribute name", "<a p='1'/><c/>", "<a q='1'/><c/>", false);
+    row("attribute name", "<a value='1'/><c/>", "<a p='1'/><c/>", false);
     row("one of two attributes", "<a p='1' q='2'/><c/>", "<a p='1' q='3'/><c/>", false);
     row("one attribute more", "<a p='1' q='2'/><c/>", "<a p='1'/><c/>", false);
-    row("element name", "<a/><c/>", "<b/><c/>", false);
-    row("order of elements", "<a/><b/>", "<b/><a/>", false);
-    row("text", "<a>1</a><c/>", "<a>2</a><c/>", false);
-    row("last text", "<c/><a>1</a>", "<c/><a>1>1</a>", false);
-    row("text against none", "<a>1</a><c/>", "<a/><c/>", false);
-    row("one element more", "<a/>", "<a/><a/>", false);
     row("one element more inside", "<a><b/></a><c/>", "<a><b/><b/></a><c/>", false);
-    row("an element against text", "<a><b/></a><c/>", "<a>b</a><c/>", false);
     row("CDATA against text", "<a><![CDATA[t]]></a>", "<a>t</a>", false);
     row("a comment more", "<a/><!--c-->", "<a/>", false);
     row("an instruction", "<?p x?><a/>", "<?p y?><a/>", false);
-    row("text around an element", "<a>1<b/>2</a><c/>", "<a>1<b/>3</a><c/>", false);
     row("prefixed attribute", "<a p:q='1'/>", "<a q='1'/>", false);
 }
 
@@ -215,7 +177,6 @@ void tst_XMLPacket::equality()
     fill(other, otherBody);
     QCOMPARE(packet == other, equal);
     QCOMPARE(other == packet, equal);
-    QCOMPARE(packet != other, !equal);
     other.setDestinationAgentID(1);
     QVERIFY2(packet != other, "the header counts");
 }
@@ -224,72 +185,51 @@ void tst_XMLPacket::equalityAgreesWithTexts()
 {
     // Trees that differ can print alike: neighbouring and empty texts, blanks that look like an indentation, names and
     // comments that look like more than they are. Only with one attribute an element do texts tell for certain.
-    const auto grow = [](QDomElement element, QRandomGenerator &random, auto self, int depth) -> void {
+    const auto grow = [](QDomElement element, QRandomGenerator &random, bool disguised, auto self, int depth) -> void {
         static const char *const texts[] = {"", "a", "b", "ab", "\n    ", "\n     ", " ", "]]>"};
         static const char *const names[] = {"a", "b", "a/", "a q=\"1\""};
         static const char *const comments[] = {"c", "--><a/><!--", "-"};
         QDomDocument document = element.ownerDocument();
-        const int children = int(random.bounded(4));
-        for (int i = 0; i < children; ++i) {
-            switch (random.bounded(6)) {
-            case 0:
-            case 1:
-                element.appendChild(document.createTextNode(QString::fromLatin1(texts[random.bounded(8)])));
-                break;
-            case 2:
+        for (int children = int(random.bounded(4)); children > 0; --children) {
+            const quint32 kind = random.bounded(6u);
+            if (kind < 2) {
+                const QString text = QString::fromLatin1(texts[random.bounded(8)]);
+                element.appendChild(document.createTextNode(disguised ? text.left(1) : text));
+                if (disguised)
+                    element.appendChild(document.createTextNode(text.mid(1)));
+            } else if (kind == 2) {
                 element.appendChild(document.createComment(QString::fromLatin1(comments[random.bounded(3)])));
-                break;
-            case 3:
+            } else if (kind == 3) {
                 element.appendChild(document.createCDATASection(QString::fromLatin1(texts[random.bounded(4)])));
-                break;
-            default:
-                QDomElement child = document.createElement(QString::fromLatin1(names[random.bounded(4)]));
-                if (random.bounded(2))
-                    child.setAttribute(QStringLiteral("q"), random.bounded(2));
+            } else {
+                const QString name = QString::fromLatin1(names[random.bounded(4)]);
+                const bool attribute = random.bounded(2) == 1;
+                const QString more = attribute && disguised ? QStringLiteral(" q=\"1\"") : QString();
+                QDomElement child = document.createElement(name + more);
+                if (attribute && !disguised)
+                    child.setAttribute(QStringLiteral("q"), 1);
                 element.appendChild(child);
                 if (depth < 2)
-                    self(child, random, self, depth + 1);
+                    self(child, random, disguised, self, depth + 1);
             }
         }
     };
     int equalPairs = 0;
     for (quint32 seed = 0; seed < 3000; ++seed) {
-        QRandomGenerator random(seed);
         XMLPacket packets[2];
         QString texts[2];
-        for (int i = 0; i < 2; ++i) {
-            QDomElement root = rootOf(packets[i]);
-            QDomElement body = root.lastChildElement();
-            grow(body, random, grow, 0);
-            QDomDocument document = root.ownerDocument();
+        for (const quint32 i : {0u, 1u}) {
+            // Two trees, or a tree and its disguise.
+            QRandomGenerator random(seed % 2 ? seed : 10000 * i + seed);
+            QDomElement body = rootOf(packets[i]).lastChildElement();
+            grow(body, random, i == 1 && seed % 2, grow, 0);
+            QDomDocument document = body.ownerDocument();
             texts[i] = XMLObject::toString(document);
         }
         equalPairs += texts[0] == texts[1];
         QVERIFY2((packets[0] == packets[1]) == (texts[0] == texts[1]), qPrintable(texts[0] + texts[1]));
     }
-    QVERIFY2(equalPairs > 50, "the pairs must meet both cases");
-}
-
-void tst_XMLPacket::deepPacketsAreCompared()
-{
-    // Deeper than the toolkit could print.
-    XMLPacket packets[2];
-    std::vector<QDomElement> tops;
-    for (XMLPacket &packet : packets) {
-        QDomElement body = rootOf(packet).lastChildElement();
-        QDomDocument document = body.ownerDocument();
-        QDomElement top = document.createElement(QStringLiteral("a"));
-        for (int i = 0; i < 20000; ++i) {
-            QDomElement parent = document.createElement(QStringLiteral("a"));
-            parent.appendChild(top);
-            top = parent;
-        }
-        body.appendChild(top);
-        tops.push_back(top);
-    }
-    QVERIFY(packets[0] == packets[1]);
-    tops[1].appendChild(tops[1].ownerDocument().createElement(QStringLiteral("b")));
-    QVERIFY(packets[0] != packets[1]);
+    QVERIFY2(equalPairs > 500, "the pairs must meet both cases");
 }
 
 void tst_XMLPacket::appendCopies()
@@ -300,22 +240,23 @@ void tst_XMLPacket::appendCopies()
     XMLImage image(QStringLiteral("i"));
     XMLMessage message(QStringLiteral("m"));
     XMLPacketable packetable;
+    TextRecord record(QByteArray("SL 0\n"));
+    record.setName("r");
     const QDomElement first = packet.append(action);
-    packet.append(action);
     action.setName(QStringLiteral("changed"));
     packet.append(ui);
     packet.append(image);
     packet.append(message);
     packet.append(packetable);
+    packet.append(record, true);
+    packet.appendV(record, false);
     QCOMPARE(dump(first.parentNode()),
-             QStringLiteral("body(action[name=a originator=3 type=2] action[name=a originator=3 type=2] ui[name=u] "
-                            "img[name=i] msg[msg=m] packetable)"));
-    QVERIFY(!packet.isEmpty());
+             QStringLiteral("body(action[name=a originator=3 type=2] ui[name=u] img[name=i] msg[msg=m] packetable "
+                            "packetable[datatype=1f is_current=1 name=r](list[size=0]) "
+                            "packetable[datatype=1f name=r](list[size=0]))"));
     std::list<QDomNode> found;
-    QCOMPARE(packet.getNodesOfType(XMLObject::XML_ACTION, found), 2);
-    QVERIFY(found.front() == first);
-    QVERIFY(packet.hasNodesOfType(XMLObject::XML_PACKETABLE));
-    QVERIFY(!packet.hasNodesOfType(XMLObject::XML_PACKET));
+    QCOMPARE(packet.getNodesOfType(XMLObject::XML_PACKETABLE, found), 3);
+    QVERIFY(packet.hasNodesOfType(XMLObject::XML_ACTION) && !packet.hasNodesOfType(XMLObject::XML_PACKET));
 }
 
 void tst_XMLPacket::appendVShares()
@@ -338,7 +279,6 @@ void tst_XMLPacket::appendVShares()
     }
     // The objects outlive the packet: they can be printed, changed and appended elsewhere. Nothing must follow their
     // links to the neighbours that they had: valgrind and the sanitizers watch.
-    QCOMPARE(ui.toString().trimmed(), QStringLiteral("<ui/>"));
     XMLPacket next;
     next.appendV(message);
     next.appendV(ui);
@@ -346,26 +286,10 @@ void tst_XMLPacket::appendVShares()
     next.init(nullptr);
     QCOMPARE(message.toString().trimmed() + ui.toString().trimmed(), QStringLiteral("<msg/><ui/>"));
     action.setVisible(false);
-    action.setName(QStringLiteral("again"));
-    QCOMPARE(dump(action.getNode()), QStringLiteral("action[name=again originator=3 type=2](visible(\"0\"))"));
-
-    XMLPacket other;
+    QCOMPARE(dump(action.getNode()), QStringLiteral("action[name=changed originator=3 type=2](visible(\"0\"))"));
     action.setNode(ui.getNode());
-    other.appendV(action);
-    QCOMPARE(dump(action.getNode().parentNode()), QStringLiteral("body(ui)"));
-}
-
-void tst_XMLPacket::appendRecord()
-{
-    XMLPacket packet;
-    TextRecord record(QByteArray("SL 0\nTL 0\n"));
-    record.setName("r");
-    QCOMPARE(dump(packet.append(record, true)),
-             QStringLiteral("packetable[datatype=1f is_current=1 name=r](list[size=0])"));
-    packet.appendV(record, false);
-    std::list<QDomNode> found;
-    QCOMPARE(packet.getNodesOfType(XMLObject::XML_PACKETABLE, found), 2);
-    QCOMPARE(dump(found.back()), QStringLiteral("packetable[datatype=1f name=r](list[size=0])"));
+    next.appendV(action);
+    QVERIFY(!next.isEmpty());
 }
 
 void tst_XMLPacket::print()
