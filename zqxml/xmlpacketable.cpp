@@ -70,21 +70,36 @@ bool isAscii(const char *from, const char *end)
     return (bits & 0x80) == 0;
 }
 
+// What the toolkit reads as a number has other letters than these; markers and names have these.
+bool isLetterOfNoNumber(unsigned int c)
+{
+    const unsigned int lower = c | 0x20;
+    return lower > 'f' && lower <= 'z' && lower != 'x';
+}
+
+/** Reads a number as QString::toUInt() does. */
 template <typename View>
 unsigned int toHex(View text, bool *ok)
 {
     unsigned int number = 0;
-    *ok = text.size() > 0 && text.size() <= 8;
-    for (decltype(text.size()) i = 0; *ok && i < text.size(); ++i) {
+    bool isPlain = text.size() > 0 && text.size() <= 8;
+    for (decltype(text.size()) i = 0; isPlain && i < text.size(); ++i) {
         const unsigned int c = text.at(i).unicode();
-        if (c >= '0' && c <= '9')
+        if (c >= '0' && c <= '9') {
             number = number * 16 + (c - '0');
-        else if (c >= 'a' && c <= 'f')
+        } else if (c >= 'a' && c <= 'f') {
             number = number * 16 + (c - 'a' + 10);
-        else
+        } else if (isLetterOfNoNumber(c)) {
             *ok = false;
+            return 0;
+        } else {
+            isPlain = false;
+        }
     }
-    return *ok ? number : toText(text).toUInt(ok, 16);
+    if (!isPlain)
+        return toText(text).toUInt(ok, 16);
+    *ok = true;
+    return number;
 }
 
 /** The non-empty parts of a text between separators. */
