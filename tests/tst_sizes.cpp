@@ -1,0 +1,139 @@
+// SPDX-FileCopyrightText: 2026 The zqxml developers
+// SPDX-License-Identifier: MIT
+
+#include "testtools.h"
+
+#include <standin/zqrecords.h>
+#include <zqxml/xmlpacketable.h>
+
+#include <QThread>
+#include <QtTest>
+
+namespace {
+
+/** Runs \a call on a stack that is too small for any recursion over a deep tree. */
+template <typename Call>
+void onSmallStack(Call call)
+{
+    const std::unique_ptr<QThread> thread(QThread::create(call));
+    thread->setStackSize(512 * 1024);
+    thread->start();
+    thread->wait();
+}
+
+constexpr int million = 1000000;
+
+} // namespace
+
+/** Texts and trees of a size that no honest record has. What takes quadratic time would not end. */
+class tst_Sizes : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanupTestCase();
+    void texts_data();
+    void texts();
+    void deepTrees();
+
+private:
+    CONVERTSTRUCTELEMENTINFO table[5] = {
+        {CONV_TEXT, 1, "text", 8, {}},
+        {CONV_KEY, 2, "key", 8, {}},
+        {CONV_UINT32ARRAY, 3, "numbers", 16, {}},
+        {CONV_TEXTARRAY, 4, "texts", 16, {}},
+        {},
+    };
+};
+
+void tst_Sizes::initTestCase()
+{
+    ZQRegisterStorageClass(0x1f, table);
+}
+
+void tst_Sizes::cleanupTestCase()
+{
+    ZQRegisterStorageClass(0x1f, nullptr);
+}
+
+void tst_Sizes::texts_data()
+{
+    QTest::addColumn<QByteArray>("front");
+    QTest::addColumn<QByteArray>("part"); // repeated
+    QTest::addColumn<int>("repetitions");
+    QTest::addColumn<int>("length"); // of the text that is written back
+    const auto row = [](const char *name, const char *front, const char *part, int repetitions, int length) {
+        QTest::newRow(name) << QByteArray(front) << QByteArray(part) << repetitions << length;
+    };
+    const int item = int(qstrlen("SI 1f\nTI 0\n"));
+    const int list = int(qstrlen("SL 1\nTL 0\n"));
+    const int limit = int(XMLPacketable::NESTING_LIMIT);
+    row("a line of 100 MB", "SI 1f\n1 ", "x", 100 * million, item + 100 * million + 3);
+    row("a tag of 100 MB", "SI 1f\n", "1", 100 * million, item);
+    row("a line of 100 MB of blanks", "SI 1f\n1 y\n", " ", 100 * million, item + 4);
+    row("a million lines of one blank", "SI 1f\n1 y\n", " \n", million, item + 4);
+    row("ten million numbers", "SI 1f\n3 989680", " 1", 10 * million, item + 20 * million + 11);
+    row("a count of ffffffff", "SI 1f\n3 ffffffff", " 1", million, item + 5);
+    row("a million texts", "SI 1f\n4 f4240 ", "t\r", million, item + 2 * million + 16);
+    row("texts counted ffffffff", "SI 1f\n4 ffffffff ", "t\r", million, item + 5);
+    row("a key of a million words", "SI 1f\n2", " 1", million, item + 4);
+    row("a million fields", "SI 1f\n", "1 y\n", million, item + 4 * million);
+    row("a million opening lists", "", "SL 1\n", million, limit * list);
+    row("a million opening items", "", "SI 1f\n", million, limit * item);
+    row("a million items that are not converted", "", "SI 6\n1 y\n", million, million * (item - 1));
+}
+
+void tst_Sizes::texts()
+{
+    QFETCH(QByteArray, front);
+    QFETCH(QByteArray, part);
+    QFETCH(int, repetitions);
+    QFETCH(int, length);
+    QString text;
+    onSmallStack([&] {
+        XMLPacketable object;
+        {
+            TextRecord record(front + part.repeated(repetitions));
+            object.setData(record);
+        }
+        text = XMLPacketable::toPacket(object.getNode());
+    });
+    QCOMPARE(int(text.size()), length);
+}
+
+void tst_Sizes::deepTrees()
+{
+    // Deeper than the toolkit could print.
+    std::unique_ptr<XMLPacket> packets[2];
+    std::vector<QDomElement> tops;
+    for (std::unique_ptr<XMLPacket> &packet : packets) {
+        packet = std::make_unique<XMLPacket>();
+        XMLPacketable object;
+        QDomElement top = packet->append(object);
+        QDomDocument document = top.ownerDocument();
+        QDomElement deep;
+        for (int i = 0; i < 50000; ++i) {
+            QDomElement parent = document.createElement(XMLPacketable::LIST);
+            parent.appendChild(deep);
+            deep = parent;
+        }
+        top.appendChild(deep);
+        tops.push_back(top);
+    }
+    bool equal = false;
+    QString text;
+    onSmallStack([&] {
+        equal = *packets[0] == *packets[1];
+        text = XMLPacketable::toPacket(tops[0]);
+        tops[1].appendChild(tops[1].ownerDocument().createElement(QStringLiteral("b")));
+        equal = equal && *packets[0] != *packets[1];
+        packets[0].reset();
+        packets[1].reset();
+    });
+    QVERIFY(equal);
+    QCOMPARE(int(text.count(XMLPacketable::START_LIST)), int(XMLPacketable::NESTING_LIMIT));
+}
+
+QTEST_GUILESS_MAIN(tst_Sizes)
+#include "tst_sizes.moc"
