@@ -78,8 +78,8 @@ void freeRecord(ZQLIST_ELEMENT *record, const RecordType &type)
 ZQLIST_ELEMENT *copyChain(const ZQLIST_ELEMENT *record, PACKETDATATYPES type)
 {
     ZQLIST_ELEMENT *head = nullptr;
-    for (ZQLIST_ELEMENT **tail = &head; record; record = record->next, tail = &(*tail)->next)
-        *tail = ZQCopyRecord(record, type);
+    for (ZQLIST_ELEMENT **tail = &head; record && (*tail = ZQCopyRecord(record, type)); record = record->next)
+        tail = &(*tail)->next;
     return head;
 }
 
@@ -97,10 +97,10 @@ void copyField(ZQLIST_ELEMENT *copy, const CONVERTSTRUCTELEMENTINFO &row)
         ZQARRAY &array = fieldIn<ZQARRAY>(copy, row);
         const ZQARRAY original = array;
         array = {0, nullptr};
-        ZQResizeArray(array, original.count, sizeof(char *));
+        auto **const texts = static_cast<char **>(ZQResizeArray(array, original.count, sizeof(char *)));
         for (unsigned int i = 0; i < original.count; ++i) {
             const char *const text = static_cast<char *const *>(original.values)[i];
-            static_cast<char **>(array.values)[i] = copyText(text, text ? std::strlen(text) : 0);
+            texts[i] = copyText(text, text ? std::strlen(text) : 0);
         }
         break;
     }
@@ -161,11 +161,10 @@ void ZQSetText(char *&field, const char *text, unsigned int size)
 
 void *ZQResizeArray(ZQARRAY &array, unsigned int count, unsigned int size)
 {
+    void *const values = count > 0 ? allocate(count, size) : nullptr;
     std::free(array.values);
-    array = {0, nullptr};
-    if (count > 0)
-        array = {count, allocate(count, size)};
-    return array.values;
+    array = {count, values};
+    return values;
 }
 
 unsigned int ZQLiveRecords()
