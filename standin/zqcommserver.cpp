@@ -7,6 +7,7 @@
 #include "recordbuilder_p.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QUrl>
@@ -79,6 +80,11 @@ ZQCONNECTION *open(Connection connection, QString *error)
 
 ZQCONNECTION *openFile(const QString &fileName, QString *error)
 {
+    const QFileInfo there(fileName);
+    if (there.exists() && !there.isFile() && !there.isDir()) { // opening a pipe would wait
+        fail(error, QStringLiteral("not a regular file"));
+        return nullptr;
+    }
     QFile file(fileName); // gives better reasons than the driver
     if (!file.open(QIODevice::ReadOnly)) {
         fail(error, file.errorString());

@@ -232,6 +232,8 @@ void tst_Tools::failures_data()
         "qnone://host/shop: no database driver QNONE");
     row("missing directory", "", store, "create none/it --sample", "none/it: No such file or directory");
     row("directory in the way", "mkdir it", store, "create it --sample --force", "it: Is a directory");
+    row("pipe in the way", "mkfifo it", store, "create it --sample --force", "it: not a regular file");
+    row("pipe for a database", "mkfifo it", query, "outputs --database it", "it: not a regular file");
     row("too many", "", store, "create it --outputs 1 --jobs 2147483647", "it: more records than there are ids");
 }
 

@@ -109,6 +109,8 @@ QString readArguments(const QCommandLineParser &parser, Query &query)
     if (query.withPublications && query.request != XMLCommServer::REQUEST_JOBS)
         return QStringLiteral("--with-publications goes with jobs only");
     query.database = parser.value(QStringLiteral("database"));
+    if (query.database.isEmpty() && parser.isSet(QStringLiteral("database")))
+        return QStringLiteral("--database needs a file");
     query.format = parser.value(QStringLiteral("format"));
     if (!QStringList{QStringLiteral("table"), QStringLiteral("xml"), QStringLiteral("text")}.contains(query.format))
         return QStringLiteral("'%1' is none of the formats table, xml, text").arg(query.format);

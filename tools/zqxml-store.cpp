@@ -11,6 +11,7 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 
 #include <cerrno>
 #include <csignal>
@@ -40,7 +41,7 @@ QString readNumber(const QCommandLineParser &parser, const QString &option, unsi
 QString readArguments(const QCommandLineParser &parser, Order &order)
 {
     const QStringList words = parser.positionalArguments();
-    if (words.size() != 2 || words.at(0) != QLatin1String("create"))
+    if (words.size() != 2 || words.at(0) != QLatin1String("create") || words.at(1).isEmpty())
         return QStringLiteral("'create' and a file are needed");
     order.file = words.at(1);
     order.force = parser.isSet(QStringLiteral("force"));
@@ -57,7 +58,7 @@ QString readArguments(const QCommandLineParser &parser, Order &order)
                    {QStringLiteral("books"), order.size.books},
                    {QStringLiteral("seed"), seed}};
     for (const auto &each : numbers) {
-        const QString wrong = readNumber(parser, each.option, each.number);
+        QString wrong = readNumber(parser, each.option, each.number);
         if (!wrong.isEmpty())
             return wrong;
         sized = sized || parser.isSet(each.option);
@@ -152,8 +153,11 @@ QString rename(const QString &from, const QString &to, bool overwrite)
 int create(const Order &order)
 {
     const auto failHere = [&order](const QString &reason) { return fail(order.file + QStringLiteral(": ") + reason); };
-    if (QFile::exists(order.file) && !order.force)
+    const QFileInfo there(order.file);
+    if (there.exists() && !order.force)
         return failHere(QStringLiteral("exists; --force would overwrite it"));
+    if (there.exists() && !there.isFile() && !there.isDir()) // a device must not be replaced by a file
+        return failHere(QStringLiteral("not a regular file"));
     const Draft draft(order.file);
     QString error;
     bool ok = false;
