@@ -665,7 +665,7 @@ private:
 
     void writeKey(const QString &tag, const QString &key, const QString &hkey)
     {
-        if (key.contains(QLatin1Char('%')))
+        if (key.contains(QLatin1Char('%')) || tag.contains(QLatin1Char('%')))
             text += fillLine(tag, key, hkey);
         else
             append(text, tag, blank, key, blank, hkey, lineEnd);
@@ -673,6 +673,11 @@ private:
 
     void writeArray(const QString &tag, const QDomElement &array, QLatin1Char separator)
     {
+        // A tag with a zero in it reads as a number, whatever follows the zero.
+        if (tag.contains(QLatin1Char('%'))) {
+            text += toArrayPacket(array, separator);
+            return;
+        }
         // The count is known when the values are written; few arrays need more than the one digit kept for it.
         append(text, tag, blank, QLatin1Char('0'), blank);
         const auto digit = text.size() - 2;
