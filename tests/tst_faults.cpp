@@ -80,6 +80,21 @@ private:
         return answers;
     }
 
+    bool write(const QByteArray &bytes) const
+    {
+        QFile store(file);
+        return store.open(QIODevice::WriteOnly) && store.write(bytes) == bytes.size();
+    }
+
+    void open()
+    {
+        router.reset();
+        server = std::make_unique<ZQCommServer>(ZQOpenStore(file, nullptr));
+        router = std::make_unique<XMLRouter>(server.get());
+        agent = std::make_unique<RecordingAgent>();
+        router->add(agent.get());
+    }
+
     bool execute(const char *statement) const
     {
         QSqlQuery query(QSqlDatabase::database(QStringLiteral("other")));
@@ -113,17 +128,11 @@ void tst_Faults::initTestCase()
 void tst_Faults::init()
 {
     QFile::remove(file);
-    QFile store(file);
-    QVERIFY(store.open(QIODevice::WriteOnly));
-    QCOMPARE(store.write(content), content.size());
-    store.close();
+    QVERIFY(write(content));
     QSqlDatabase other = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("other"));
     other.setDatabaseName(file);
     QVERIFY(other.open());
-    server = std::make_unique<ZQCommServer>(ZQOpenStore(file, nullptr));
-    router = std::make_unique<XMLRouter>(server.get());
-    agent = std::make_unique<RecordingAgent>();
-    router->add(agent.get());
+    open();
     ZQLPCOMMANDS commands{};
     BM_MESSAGE_ID messageId{};
     ZQLIST_ELEMENT *outputs = server->getDBList(commands, messageId, OUTPUT_LIST_TYPE);
@@ -216,7 +225,11 @@ void tst_Faults::database_data()
     const QList<int> all{asBefore, asBefore, asBefore, asBefore, asBefore, asBefore};
     QTest::newRow("a file that became read-only") << QByteArray("read-only") << all;
     QTest::newRow("a file that was deleted stays readable") << QByteArray("deleted") << all;
-    QTest::newRow("an empty file") << QByteArray("truncated") << QList<int>{silence, silence, silence, 0, silence, 0};
+    const QList<int> nothing{silence, silence, silence, 0, silence, 0};
+    QTest::newRow("an empty file") << QByteArray("emptied") << nothing;
+    QTest::newRow("half a file") << QByteArray("cut in half") << nothing;
+    QTest::newRow("no database any more") << QByteArray("overwritten") << nothing;
+    QTest::newRow("half of the pages are lost") << QByteArray("torn") << nothing;
     QTest::newRow("no jobs table: the list of outputs counts its jobs")
         << QByteArray("DROP TABLE jobs") << QList<int>{silence, silence, asBefore, 0, silence, 0};
     QTest::newRow("no books table: nothing of jobs is lost")
@@ -234,10 +247,18 @@ void tst_Faults::database()
         QVERIFY(QFile::setPermissions(file, QFile::ReadOwner));
     else if (damage == "deleted")
         QVERIFY(QFile::remove(file));
-    else if (damage == "truncated")
+    else if (damage == "emptied")
         QVERIFY(QFile::resize(file, 0));
-    else
+    else if (damage == "cut in half")
+        QVERIFY(QFile::resize(file, content.size() / 2));
+    else if (damage == "overwritten")
+        QVERIFY(write(QByteArray(content.size(), 'x')));
+    else if (damage == "torn") {
+        QVERIFY(write(content.left(content.size() / 2) + QByteArray(content.size() / 2, '\0')));
+        open(); // what a server has read once it does not read again
+    } else {
         QVERIFY(execute(damage.constData()));
+    }
     const unsigned int failed = ZQFailedCalls();
     QCOMPARE(askAll(), expectedAnswers(answers, before));
     QCOMPARE(ZQFailedCalls() > failed, answers.contains(silence));

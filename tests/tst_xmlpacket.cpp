@@ -221,9 +221,14 @@ void tst_XMLPacket::equalityAgreesWithTexts()
         for (const quint32 i : {0u, 1u}) {
             // Two trees, or a tree and its disguise.
             QRandomGenerator random(seed % 2 ? seed : 10000 * i + seed);
-            QDomElement body = rootOf(packets[i]).lastChildElement();
-            grow(body, random, i == 1 && seed % 2, grow, 0);
-            QDomDocument document = body.ownerDocument();
+            const QDomElement root = rootOf(packets[i]);
+            const QDomElement header = root.firstChildElement();
+            const QDomElement parents[] = {root.lastChildElement(), header, header.firstChildElement(), root};
+            packets[i].setDestinationAgentID(int(random.bounded(2)));
+            grow(parents[random.bounded(4)], random, i == 1 && seed % 2, grow, 0);
+            if (random.bounded(8) == 0)
+                root.firstChildElement().firstChildElement().setTagName(QStringLiteral("src id=\"1\""));
+            QDomDocument document = root.ownerDocument();
             texts[i] = XMLObject::toString(document);
         }
         equalPairs += texts[0] == texts[1];
