@@ -92,6 +92,7 @@ public:
     /**
      * Returns the first direct child of \a parent named \a name. Null when there is none, or when that child is no
      * element: a processing instruction of the name hides an element behind it.
+     * \sa ~XMLObject(), for when the tree is gone
      */
     static QDomElement getElement(const QDomElement &parent, const QString &name);
 
