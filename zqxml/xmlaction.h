@@ -172,7 +172,7 @@ public:
      */
     QDomElement append(ZQPacketable &record);
 
-    /** Appends a deep copy of the object's element and returns the copy. \sa ~XMLObject(), for when the action is gone */
+    /** Appends a deep copy of the object's element and returns the copy. \sa ~XMLObject(), for when both are gone */
     QDomElement append(XMLPacketable &object);
 
     /** Returns true when the action has a direct child of kind \a type. */

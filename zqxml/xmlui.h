@@ -26,7 +26,7 @@ public:
     void setName(const QString &name); ///< Writes the name; an empty one writes nothing.
     QString getName() const; ///< Returns the name; null when there is none.
 
-    /** Appends a deep copy of the action's element and returns the copy. \sa ~XMLObject(), for when the UI is gone */
+    /** Appends a deep copy of the action's element and returns the copy. \sa ~XMLObject(), for when both are gone */
     QDomElement append(XMLAction &action);
 
     /**
