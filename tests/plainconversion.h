@@ -34,7 +34,7 @@ inline Shape shapeOf(const CONVERTSTRUCTELEMENTINFO &row)
 inline bool findTable(const QDomElement &element, CONVERTSTRUCTELEMENTINFO *&table)
 {
     table = nullptr;
-    if (element.tagName() != QLatin1String("item"))
+    if (element.nodeName() != QLatin1String("item"))
         return true;
     const unsigned int type = element.attribute(QStringLiteral("datatype")).toUInt(nullptr, 16);
     table = type == 6 ? nullptr : ZQGetSystemStorageClassConv(type);
@@ -164,11 +164,11 @@ inline QString toPacket(const QDomElement &element)
     text.reserve(4096);
     for (QDomElement child = element.firstChildElement(); !child.isNull(); child = child.nextSiblingElement()) {
         const QString name = child.tagName();
-        if (name == XMLPacketable::LIST) {
+        if (child.nodeName() == XMLPacketable::LIST) {
             text += QStringLiteral("%1 %2\n").arg(XMLPacketable::START_LIST).arg(child.attribute(XMLPacketable::SIZE));
             text += toPacket(child);
             text += QStringLiteral("%1 0\n").arg(XMLPacketable::END_LIST);
-        } else if (name == XMLPacketable::ITEM) {
+        } else if (child.nodeName() == XMLPacketable::ITEM) {
             text +=
                 QStringLiteral("%1 %2\n").arg(XMLPacketable::START_ITEM).arg(child.attribute(XMLPacketable::DATATYPE));
             text += toPacket(child);

@@ -316,6 +316,9 @@ void tst_XMLPacketable::toPacket_data()
     row("fields outside an item", "<_1 value='a'/><list><_1 value='a'/></list>", "SL \nTL 0\n");
     row("other names and nodes", "<item datatype='1f'><!--c--><?p i?><x value='a'/><_fff value='a'/>1</item>",
         "SI 1f\nTI 0\n");
+    row("prefixes count for lists and items only",
+        "<item datatype='1f'><p:_1 value='a'/><p:list/><p:item/><_1f><p:value>3</p:value></_1f></item>",
+        "SI 1f\n1 a\n1f 1 3\nTI 0\n");
 }
 
 void tst_XMLPacketable::toPacket()
@@ -323,7 +326,7 @@ void tst_XMLPacketable::toPacket()
     QFETCH(QString, xml);
     QFETCH(QString, text);
     QDomDocument document;
-    QVERIFY(document.setContent(QStringLiteral("<r>%1</r>").arg(xml)));
+    QVERIFY(document.setContent(QStringLiteral("<r xmlns:p='u'>%1</r>").arg(xml), true));
     // Restores the names: "_1" stands for "1".
     for (QDomElement e = document.documentElement(); !e.isNull();) {
         if (e.tagName().startsWith(QLatin1Char('_')))

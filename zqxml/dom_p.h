@@ -32,11 +32,11 @@ private:
 };
 
 /** Returns the text() of \a element, never null; shares the string of a single text node instead of copying it. */
-inline QString textOf(const QDomNode &element)
+inline QString textOf(const QDomElement &element)
 {
     const QDomNode first = element.firstChild();
     if (first.nodeType() != QDomNode::TextNode || !first.nextSibling().isNull())
-        return element.toElement().text();
+        return element.text();
     const QString value = first.nodeValue();
     return value.isNull() ? QStringLiteral("") : value;
 }

@@ -288,12 +288,12 @@ bool XMLPacket::beginsWithHeader() const
     const auto holdsNothingButID = [](const QDomElement &e) {
         return e.attributes().length() == (e.hasAttribute(AGENT_ID) ? 1 : 0);
     };
-    return rootElement == packetDocument.firstChild() && rootElement.tagName() == rootNodeName(XML_PACKET)
+    return rootElement == packetDocument.firstChild() && rootElement.nodeName() == rootNodeName(XML_PACKET)
         && !rootElement.hasAttributes() && headerElement == rootElement.firstChild()
-        && headerElement.tagName() == HEADER && !headerElement.hasAttributes()
-        && sourceElement == headerElement.firstChild() && sourceElement.tagName() == SOURCE
+        && headerElement.nodeName() == HEADER && !headerElement.hasAttributes()
+        && sourceElement == headerElement.firstChild() && sourceElement.nodeName() == SOURCE
         && holdsNothingButID(sourceElement) && destinationElement == sourceElement.nextSibling()
-        && destinationElement.tagName() == DESTINATION && holdsNothingButID(destinationElement);
+        && destinationElement.nodeName() == DESTINATION && holdsNothingButID(destinationElement);
 }
 
 bool XMLPacket::operator==(const XMLPacket &other) const

@@ -552,12 +552,13 @@ int appendValues(QString &text, const QDomElement &array, QLatin1Char separator)
 {
     int count = 0;
     for (QDomNode child = array.firstChild(); !child.isNull(); child = child.nextSibling()) {
-        if (!child.isElement() || child.nodeName() != XMLPacketable::VALUE)
+        const QDomElement value = child.toElement();
+        if (value.isNull() || value.tagName() != XMLPacketable::VALUE)
             continue;
         if (count++ > 0)
-            append(text, separator, textOf(child));
+            append(text, separator, textOf(value));
         else
-            text += textOf(child);
+            text += textOf(value);
     }
     return count;
 }
@@ -590,7 +591,7 @@ public:
             QDomNode &child = levels.back().child;
             if (child.isNull())
                 close();
-            else if (!child.isElement() || !write(child.toElement(), child.nodeName()))
+            else if (!writeChild(child.toElement()))
                 child = child.nextSibling();
         }
         return text;
@@ -604,18 +605,21 @@ private:
     };
 
     /** Writes a field, or opens a level for a list or an item; returns true for the latter. */
-    bool write(const QDomElement &child, const QString &name)
+    bool writeChild(const QDomElement &child)
     {
+        if (child.isNull())
+            return false;
+        const QString tag = child.tagName(); // which does not hold the prefix that the node's name has
         bool isNumber = false; // which "list" and "item" are not
-        const unsigned int tag = toHex(QStringView(name), &isNumber);
+        const unsigned int number = toHex(QStringView(tag), &isNumber);
         if (isNumber) {
             RowIndex *const rows = levels.back().rows;
-            if (const CONVERTSTRUCTELEMENTINFO *const row = rows ? rows->find(tag) : nullptr)
-                writeField(shapeOf(row->elementType), child, name);
-        } else if (name == XMLPacketable::LIST) {
+            if (const CONVERTSTRUCTELEMENTINFO *const row = rows ? rows->find(number) : nullptr)
+                writeField(shapeOf(row->elementType), child, tag);
+        } else if (child.nodeName() == XMLPacketable::LIST) {
             return open(XMLPacketable::START_LIST, child.attribute(XMLPacketable::SIZE),
                         Level{child.firstChild(), nullptr, &XMLPacketable::END_LIST});
-        } else if (name == XMLPacketable::ITEM) {
+        } else if (child.nodeName() == XMLPacketable::ITEM) {
             RowIndex *const rows = tables.ofType(typeOfItem(child));
             // The markers of an item that is not converted stand with nothing between them.
             return open(XMLPacketable::START_ITEM, child.attribute(XMLPacketable::DATATYPE),
