@@ -146,7 +146,7 @@ def rows_of_instructions():
 
 
 def print_table(rows, results):
-    print(f"{'path':48}{'goal':>8}" + "".join(f"{f'Qt {v}':>9} {'':6}" for v in VERSIONS))
+    print(f"{'path':48}{'goal':>12}" + "".join(f"{f'Qt {v}':>9} {'':6}" for v in VERSIONS))
     missed = 0
     for label, (sign, limits), value in rows:
         goal = " / ".join(f"{limit:.4g}" for limit in dict.fromkeys(limits))
