@@ -507,14 +507,14 @@ void readText(QDomElement &parent, View text)
     TreeReader<Parts<View>>(parent, tables, nullptr, lines).read();
 }
 
-int sizeOf(QLatin1Char)
+qint64 sizeOf(QLatin1Char)
 {
     return 1;
 }
 
-int sizeOf(const QString &piece)
+qint64 sizeOf(const QString &piece)
 {
-    return static_cast<int>(piece.size());
+    return piece.size();
 }
 
 QChar *copy(QLatin1Char piece, QChar *to)
@@ -532,8 +532,11 @@ QChar *copy(const QString &piece, QChar *to)
 template <typename... Pieces>
 void append(QString &text, const Pieces &...pieces)
 {
-    const auto start = text.size();
-    text.resize((start + ... + sizeOf(pieces)));
+    using Size = decltype(text.size());
+    const Size start = text.size();
+    // A text of more than the toolkit's limit must fail to grow, not overflow.
+    const qint64 size = (start + ... + sizeOf(pieces));
+    text.resize(static_cast<Size>(std::min<qint64>(size, std::numeric_limits<Size>::max())));
     QChar *end = text.data() + start;
     ((end = copy(pieces, end)), ...);
 }
