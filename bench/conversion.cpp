@@ -6,7 +6,7 @@
 #include "pieces.h"
 #include "samples.h"
 
-#include <tests/plainconversion.h>
+#include <tests/zqxml/plainconversion.h>
 #include <tests/testtools.h>
 
 #include <map>

@@ -6,7 +6,7 @@
 #include "pieces.h"
 
 #include <standin/zqstandin.h>
-#include <tests/plainconversion.h>
+#include <tests/zqxml/plainconversion.h>
 #include <tests/testtools.h>
 #include <zqxml/xmlaction.h>
 #include <zqxml/xmlcommserver.h>

@@ -3,7 +3,7 @@
 
 #include "drivers.h"
 
-#include "../tests/plainconversion.h"
+#include "../tests/zqxml/plainconversion.h"
 #include "../tests/testtools.h"
 
 #include <standin/zqrecords.h>

@@ -22,7 +22,7 @@ void tst_FuzzReplay::replay_data()
     QTest::addColumn<int>("driver");
     QTest::addColumn<QString>("path");
     for (int i = 0; i < int(std::size(drivers::ALL)); ++i) {
-        const QString folder = QStringLiteral("data/fuzz/") + QLatin1String(drivers::ALL[i].name);
+        const QString folder = QStringLiteral("../data/fuzz/") + QLatin1String(drivers::ALL[i].name);
         const QDir inputs(QFINDTESTDATA(folder));
         const QStringList files = inputs.entryList(QDir::Files);
         QVERIFY2(!files.isEmpty(), qPrintable(folder));
