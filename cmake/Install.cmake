@@ -38,6 +38,17 @@ install(FILES recordlib/zqapp.h recordlib/zqlib.h DESTINATION "${zqxml_includedi
 install(EXPORT zqxml NAMESPACE zqxml:: FILE zqxmlTargets.cmake
     DESTINATION "${zqxml_cmakedir}" COMPONENT development)
 
+zqxml_set_install_rpath(LIBDIR zqxmlkit)
+install(TARGETS zqxmlkit EXPORT zqxmlkit
+    RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT runtime
+    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime NAMELINK_COMPONENT development
+    ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT development)
+zqxml_install_headers(zqxmlkit development)
+install(FILES "${PROJECT_BINARY_DIR}/zqxmlkit/zqxmlkit_export.h"
+    DESTINATION "${zqxml_includedir}/zqxmlkit" COMPONENT development)
+install(EXPORT zqxmlkit NAMESPACE zqxml:: FILE zqxmlkitTargets.cmake
+    DESTINATION "${zqxml_cmakedir}" COMPONENT development)
+
 # A shared library brings the record library along, but the linker has to find it. Who links the static one links the
 # record library too, and what that needs.
 set(ZQXML_PC_REQUIRES ${zqxml_qt_components})
