@@ -4,7 +4,6 @@
 #include "packetformat.h"
 
 #include <standin/zqstandin.h>
-#include <zqxml/xmlaction.h>
 #include <zqxml/xmlpacket.h>
 #include <zqxml/xmlpacketable.h>
 
@@ -171,12 +170,7 @@ QByteArray lineOf(const QStringList &cells, const QList<Column> &columns, const 
 
 QByteArray toXml(XMLPacket &packet)
 {
-    // A packet gives its document away only through an element of it.
-    XMLAction none;
-    QDomElement element = packet.append(none);
-    const QDomDocument document = element.ownerDocument();
-    element.parentNode().removeChild(element);
-    return document.toString(1).toUtf8();
+    return packet.getBody().ownerDocument().toString(1).toUtf8();
 }
 
 QByteArray toPacketText(XMLPacket &packet)

@@ -336,6 +336,11 @@ int XMLPacket::getDestinationAgentID()
     return getAttributeInt(destinationElement, AGENT_ID);
 }
 
+QDomElement XMLPacket::getBody() const
+{
+    return bodyElement;
+}
+
 bool XMLPacket::isEmpty()
 {
     return !bodyElement.hasChildNodes();

@@ -75,6 +75,12 @@ public:
     /** Returns the number of the receiving agent; 0 when it is missing or no number. */
     int getDestinationAgentID();
 
+    /**
+     * Returns a handle to the body, shared with the packet: the way to its content, and by ownerDocument() to the whole
+     * packet document. Null when a caller removed the body from the packet that this one is a copy of.
+     */
+    QDomElement getBody() const;
+
     /** Returns true when the body has no child nodes. */
     bool isEmpty();
 

@@ -6,14 +6,27 @@
 #include "xmlagentbroker.h"
 #include "xmlcommserver.h"
 #include "xmlpacket.h"
+#include "xmlrouterobserver.h"
 
 #include <QPointer>
 #include <QTimer>
 
 #include <utility>
 
+namespace {
+
+void drop(XMLPacket *packet, XMLRouterObserver *observer, XMLRouterObserver::DropReason reason)
+{
+    if (observer)
+        observer->packetDropped(*packet, reason);
+    packet->deleteLater();
+}
+
+} // namespace
+
 XMLRouter::XMLRouter(ZQCommServer *commServer, QObject *parent, const char *name)
-    : QObject(parent), lastAgentID(0), timer(nullptr), reserved(nullptr), commServerAgent(nullptr), broker(nullptr)
+    : QObject(parent), lastAgentID(0), timer(nullptr), reserved(nullptr), commServerAgent(nullptr), broker(nullptr),
+      observer(nullptr)
 {
     setObjectName(QString::fromLatin1(name));
     commServerAgent = new XMLCommServer(commServer);
@@ -27,6 +40,8 @@ XMLRouter::XMLRouter(ZQCommServer *commServer, QObject *parent, const char *name
 XMLRouter::~XMLRouter()
 {
     agents.erase(getXMLCommServerID());
+    if (observer)
+        observer->agentRemoved(getXMLCommServerID());
     notifyAgentRemovals(getXMLCommServerID());
     delete std::exchange(commServerAgent, nullptr);
     delete std::exchange(broker, nullptr);
@@ -49,6 +64,8 @@ void XMLRouter::add(XMLAgent *agent)
     agent->setAgentID(getNextAgentID());
     agent->setRouter(this);
     agents[agent->getAgentID()] = agent;
+    if (observer)
+        observer->agentAdded(agent->getAgentID(), agent->getAgentType());
 }
 
 void XMLRouter::remove(XMLAgent *agent)
@@ -56,7 +73,8 @@ void XMLRouter::remove(XMLAgent *agent)
     if (!agent)
         return;
     const int id = agent->getAgentID();
-    agents.erase(id);
+    if (agents.erase(id) > 0 && observer)
+        observer->agentRemoved(id);
     notifyAgentRemovals(id);
 }
 
@@ -106,6 +124,11 @@ void XMLRouter::setAgentBroker(XMLAgentBroker *newBroker)
         broker->setRouter(this);
 }
 
+void XMLRouter::setObserver(XMLRouterObserver *newObserver)
+{
+    observer = newObserver;
+}
+
 void XMLRouter::notifyAgentRemovals(int id)
 {
     if (agents.empty())
@@ -128,13 +151,18 @@ void XMLRouter::notifyAgentRemovals(int id)
 
 void XMLRouter::send(XMLPacket *packet)
 {
-    if (!packet || (!queue.isEmpty() && queue.constLast() == packet))
+    if (!packet)
         return;
-    if (!contains(packet->getSourceAgentID()) || (!queue.isEmpty() && *queue.constLast() == *packet)) {
-        packet->deleteLater();
+    XMLPacket *const last = queue.isEmpty() ? nullptr : queue.constLast();
+    if (packet == last)
         return;
-    }
+    if (!contains(packet->getSourceAgentID()))
+        return drop(packet, observer, XMLRouterObserver::UnregisteredSource);
+    if (last && *last == *packet)
+        return drop(packet, observer, XMLRouterObserver::Repeat);
     queue.append(packet);
+    if (observer)
+        observer->packetQueued(*packet);
     if (!timer->isActive()) {
         timer->setSingleShot(true);
         timer->start(0);
@@ -153,9 +181,25 @@ void XMLRouter::deliver(XMLPacket *packet)
     const int destination = packet->getDestinationAgentID();
     const auto entry = agents.find(destination);
     if (entry != agents.end()) {
-        entry->second->receive(packet);
+        XMLAgent *const agent = entry->second;
+        if (observer)
+            deliverObserved(packet, agent, destination);
+        else
+            agent->receive(packet);
         return;
     }
+    if (observer)
+        observer->packetUndeliverable(*packet);
     delete packet;
     notifyAgentRemovals(destination);
+}
+
+void XMLRouter::deliverObserved(XMLPacket *packet, XMLAgent *agent, int destination)
+{
+    const QPointer<XMLRouter> alive(this);
+    XMLRouterObserver *const told = observer;
+    told->packetAboutToBeDelivered(*packet, destination);
+    agent->receive(packet);
+    if (alive && observer == told)
+        told->packetDelivered(destination);
 }

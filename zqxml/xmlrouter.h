@@ -17,6 +17,7 @@ class XMLAgent;
 class XMLAgentBroker;
 class XMLCommServer;
 class XMLPacket;
+class XMLRouterObserver;
 class ZQCommServer;
 
 /**
@@ -89,6 +90,12 @@ public:
     void setAgentBroker(XMLAgentBroker *broker);
 
     /**
+     * Tells \a newObserver from now on what the router does; null, the default, tells nobody. The observer is not taken
+     * over and may be destroyed before the router if it is unset first.
+     */
+    void setObserver(XMLRouterObserver *newObserver);
+
+    /**
      * Calls agentRemoved(\a id) on every agent that wants to know and does not have that id itself, in ascending order
      * of ids. Agents that are added meanwhile are not called, nor are those removed meanwhile.
      */
@@ -110,6 +117,7 @@ protected Q_SLOTS:
 
 private:
     void deliver(XMLPacket *packet);
+    void deliverObserved(XMLPacket *packet, XMLAgent *agent, int destination);
 
     int lastAgentID;
     std::map<int, XMLAgent *> agents; // never null: add() refuses that
@@ -118,6 +126,7 @@ private:
     [[maybe_unused]] void *reserved; // keeps the place of the members behind it
     XMLCommServer *commServerAgent;
     XMLAgentBroker *broker;
+    XMLRouterObserver *observer;
 };
 
 #endif
