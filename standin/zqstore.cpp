@@ -144,10 +144,11 @@ private:
         for (quint64 i = 0; ok && i < size.jobs; ++i) {
             const Place place = placeOf(i);
             const QString name = place.page > 0 ? QStringLiteral("Seite %1").arg(place.page) : makeName(things, i);
-            // Unlike a call's arguments, the values of a list are made in their order.
+            // Unlike a call's arguments, the values of a list are made in their order. Neighbours arrive in an order
+            // that is not that of their ids.
             ok = insert(firstJob + i, jobHkey, name,
                         {place.page > 0 ? QVariant(place.publication) : QVariant(), place.page, random.pick(queues),
-                         place.output, 1772409600 + i * 7 + random.below(7), 10 * random.below(20),
+                         place.output, 1772409600 + (i ^ 0x155) * 7 + random.below(7), 10 * random.below(20),
                          1 + random.below(120), 20000 + random.next() % 90000000, text(random.pick(papers)),
                          text(random.pick(formats)), text(random.pick(inks)), QString::number(random.next(), 16)});
         }
