@@ -4,6 +4,8 @@
 #ifndef TESTS_TESTTOOLS_H
 #define TESTS_TESTTOOLS_H
 
+#include "accounts.h"
+
 #include <recordlib/zqapp.h>
 #include <zqxml/xmlagent.h>
 #include <zqxml/xmlpacket.h>

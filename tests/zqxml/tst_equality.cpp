@@ -1,6 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The zqxml developers
 // SPDX-License-Identifier: MIT
 
+#include "accounts.h"
+
 #include <zqxml/xmlaction.h>
 #include <zqxml/xmlpacket.h>
 
@@ -104,5 +106,5 @@ void tst_Equality::packetsAsTheirTexts()
     QVERIFY2(equal > 1000 && equal < 4000, "the pairs must meet both cases");
 }
 
-QTEST_GUILESS_MAIN(tst_Equality)
+ZQXML_TEST_MAIN(tst_Equality)
 #include "tst_equality.moc"

@@ -1,6 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The zqxml developers
 // SPDX-License-Identifier: MIT
 
+#include "accounts.h"
+
 #include <fuzz/drivers.h>
 
 #include <QDir>
@@ -40,5 +42,5 @@ void tst_FuzzReplay::replay()
     QCOMPARE(drivers::ALL[driver].run(file.readAll()), QString());
 }
 
-QTEST_GUILESS_MAIN(tst_FuzzReplay)
+ZQXML_TEST_MAIN(tst_FuzzReplay)
 #include "tst_fuzzreplay.moc"

@@ -393,5 +393,5 @@ void tst_Hostile::callbacks()
     QCOMPARE(office.faults + panel.faults, QStringList());
 }
 
-QTEST_GUILESS_MAIN(tst_Hostile)
+ZQXML_TEST_MAIN(tst_Hostile)
 #include "tst_hostile.moc"

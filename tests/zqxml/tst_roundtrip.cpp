@@ -212,5 +212,5 @@ void tst_RoundTrip::whatIsNoRecord()
     QVERIFY(!object.getDataConst() && !object.getData());
 }
 
-QTEST_GUILESS_MAIN(tst_RoundTrip)
+ZQXML_TEST_MAIN(tst_RoundTrip)
 #include "tst_roundtrip.moc"

@@ -135,5 +135,5 @@ void tst_Sizes::deepTrees()
     QCOMPARE(int(text.count(XMLPacketable::START_LIST)), int(XMLPacketable::NESTING_LIMIT));
 }
 
-QTEST_GUILESS_MAIN(tst_Sizes)
+ZQXML_TEST_MAIN(tst_Sizes)
 #include "tst_sizes.moc"

@@ -238,5 +238,5 @@ void tst_XMLAction::content()
     QVERIFY(!action.hasNodesOfType(XMLObject::XML_PACKETABLE) && action.hasVisible());
 }
 
-QTEST_GUILESS_MAIN(tst_XMLAction)
+ZQXML_TEST_MAIN(tst_XMLAction)
 #include "tst_xmlaction.moc"

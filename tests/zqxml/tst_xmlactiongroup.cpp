@@ -1,6 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The zqxml developers
 // SPDX-License-Identifier: MIT
 
+#include "accounts.h"
+
 #include <zqxml/xmlaction.h>
 #include <zqxml/xmlactiongroup.h>
 
@@ -312,5 +314,5 @@ void tst_XMLActionGroup::metaObject()
     QCOMPARE(triggered.count(), 0);
 }
 
-QTEST_GUILESS_MAIN(tst_XMLActionGroup)
+ZQXML_TEST_MAIN(tst_XMLActionGroup)
 #include "tst_xmlactiongroup.moc"

@@ -313,5 +313,5 @@ void tst_XMLObject::nullElementsAreLeftAlone()
     QCOMPARE(messages, 0);
 }
 
-QTEST_GUILESS_MAIN(tst_XMLObject)
+ZQXML_TEST_MAIN(tst_XMLObject)
 #include "tst_xmlobject.moc"

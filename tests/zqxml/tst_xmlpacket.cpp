@@ -321,5 +321,5 @@ void tst_XMLPacket::print()
                        "-- t\u00eftle --\n <action/>\n\n"));
 }
 
-QTEST_GUILESS_MAIN(tst_XMLPacket)
+ZQXML_TEST_MAIN(tst_XMLPacket)
 #include "tst_xmlpacket.moc"

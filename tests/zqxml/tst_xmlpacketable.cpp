@@ -413,5 +413,5 @@ void tst_XMLPacketable::agreesWithPlainConversion()
     }
 }
 
-QTEST_GUILESS_MAIN(tst_XMLPacketable)
+ZQXML_TEST_MAIN(tst_XMLPacketable)
 #include "tst_xmlpacketable.moc"

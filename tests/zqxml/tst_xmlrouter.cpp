@@ -377,5 +377,5 @@ void tst_XMLRouter::destruction()
     QVERIFY(a->packets.empty() && a->knownRouter() == destroyed);
 }
 
-QTEST_GUILESS_MAIN(tst_XMLRouter)
+ZQXML_TEST_MAIN(tst_XMLRouter)
 #include "tst_xmlrouter.moc"

@@ -101,5 +101,5 @@ void tst_XMLUI::whatIsNoAction()
     QCOMPARE(ui.visibleActionCount(), 1);
 }
 
-QTEST_GUILESS_MAIN(tst_XMLUI)
+ZQXML_TEST_MAIN(tst_XMLUI)
 #include "tst_xmlui.moc"
