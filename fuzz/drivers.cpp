@@ -3,8 +3,8 @@
 
 #include "drivers.h"
 
-#include "../tests/zqxml/plainconversion.h"
 #include "../tests/testtools.h"
+#include "../tests/zqxml/plainconversion.h"
 
 #include <standin/zqrecords.h>
 #include <zqxml/xmlaction.h>
@@ -165,14 +165,20 @@ private:
         // One level is the root's; plain and own form agree as long as nothing is left out.
         if (depth + 2 >= static_cast<int>(XMLPacketable::NESTING_LIMIT))
             return;
-        const QString known = name == "I" ? XMLPacketable::ITEM
-            : name == "L"                 ? XMLPacketable::LIST
-            : name == "V"                 ? XMLPacketable::VALUE
-                                          : QString::fromUtf8(name);
+        const bool prefixed = name.startsWith("p:");
+        const QByteArray local = prefixed ? name.mid(2) : name;
+        const QString known = local == "I" ? XMLPacketable::ITEM
+            : local == "L"                 ? XMLPacketable::LIST
+            : local == "V"                 ? XMLPacketable::VALUE
+                                           : QString::fromUtf8(local);
         if (known.isEmpty())
             return;
         ++depth;
-        current = current.appendChild(document.createElement(known)).toElement();
+        // Newer toolkits refuse to make elements with the names of fields.
+        QDomElement element = prefixed ? document.createElementNS(QStringLiteral("urn:p"), QStringLiteral("p:x"))
+                                       : document.createElement(QStringLiteral("x"));
+        element.setTagName(known);
+        current = current.appendChild(element).toElement();
     }
 
     void setAttribute(const QByteArray &attribute)
@@ -207,7 +213,7 @@ private:
     int depth = 0;
 };
 
-/** Reads \a text by the library, from bytes and from lines, and by the plain form. */
+/** Reads \a text by the library, from bytes and from lines, also below an item, and by the plain form. */
 QString compareReading(const QByteArray &text, QDomElement &into)
 {
     XMLPacketable plainObject;
@@ -220,13 +226,22 @@ QString compareReading(const QByteArray &text, QDomElement &into)
     into.appendChild(object.getNode());
     QDomElement node = into.lastChildElement();
     node.removeAttribute(XMLPacketable::DATATYPE);
+    XMLPacketable bytesObject;
+    QDomElement bytesNode = bytesObject.getNode();
+    plain::read(bytesNode, text.constData(), static_cast<int>(text.size()));
 
     QStringList lines =
         QString::fromUtf8(text.constData(), static_cast<int>(text.size())).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     const unsigned int end = XMLPacketable::toDom(lineNode, lines, 0);
     const unsigned int plainEnd = plain::toDom(plainNode, lines, 0);
-    return firstOf({differ("tree of the bytes", node, plainNode), differ("tree of the lines", lineNode, plainNode),
-                    differ("last line", QString::number(end), QString::number(plainEnd))});
+
+    QDomElement item = XMLPacketable::createItemElement(lineNode, QStringLiteral("1f"));
+    QDomElement plainItem = XMLPacketable::createItemElement(plainNode, QStringLiteral("1f"));
+    const unsigned int itemEnd = XMLPacketable::toDom(item, lines, 1);
+    const unsigned int plainItemEnd = plain::toDom(plainItem, lines, 1);
+    return firstOf({differ("tree of the bytes", node, bytesNode), differ("tree of the lines", lineNode, plainNode),
+                    differ("last line", QString::number(end), QString::number(plainEnd)),
+                    differ("last line of an item", QString::number(itemEnd), QString::number(plainItemEnd))});
 }
 
 QByteArray recordText(ZQPacketable &record)

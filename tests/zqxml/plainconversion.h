@@ -4,34 +4,36 @@
 #ifndef TESTS_PLAINCONVERSION_H
 #define TESTS_PLAINCONVERSION_H
 
-#include <zqxml/xmlpacketable.h>
+#include <recordlib/zqlib.h>
 
 #include <QDomDocument>
+#include <QRandomGenerator>
+#include <QStringList>
 
 /**
- * The conversion between packet text and XML with each step coded the obvious way: by recursion, through lists of
- * strings, with a linear search per line. The library's own is compared with it, in results here and in speed by the
- * benchmarks.
+ * The conversion between packet text and XML with each step coded the obvious way, without anything of the library's,
+ * and random inputs for it. The library's own conversion is compared with it, in results by the tests and the fuzzers
+ * and in speed by the benchmarks.
  */
 namespace plain {
 
 enum Shape { None, Simple, Key, Numbers, Strings, Binary };
 
-inline Shape shapeOf(const CONVERTSTRUCTELEMENTINFO &row)
+inline Shape shapeOf(unsigned int elementType)
 {
     // Numbers, 13 and 16, are of four sizes and of one shape.
     static const QList<unsigned int> simple{1, 2, 3, 4, 5, 6, 7, 8, 9, 11, 12, 13, 20, 21, 24, 25, 28, 29};
     static const QList<unsigned int> numbers{15, 16, 17, 18, 19, 27, 30, 31};
-    return simple.contains(row.elementType) ? Simple
-        : numbers.contains(row.elementType) ? Numbers
-        : row.elementType == 14             ? Key
-        : row.elementType == 22             ? Strings
-        : row.elementType == 23             ? Binary
-                                            : None;
+    return simple.contains(elementType) ? Simple
+        : numbers.contains(elementType) ? Numbers
+        : elementType == 14             ? Key
+        : elementType == 22             ? Strings
+        : elementType == 23             ? Binary
+                                        : None;
 }
 
 /** Returns false for an item that is not converted. */
-inline bool findTable(const QDomElement &element, CONVERTSTRUCTELEMENTINFO *&table)
+inline bool findTable(const QDomElement &element, const CONVERTSTRUCTELEMENTINFO *&table)
 {
     table = nullptr;
     if (element.nodeName() != QLatin1String("item"))
@@ -41,16 +43,72 @@ inline bool findTable(const QDomElement &element, CONVERTSTRUCTELEMENTINFO *&tab
     return table;
 }
 
-inline CONVERTSTRUCTELEMENTINFO *findRow(CONVERTSTRUCTELEMENTINFO *table, const QString &tag)
+inline const CONVERTSTRUCTELEMENTINFO *findRow(const CONVERTSTRUCTELEMENTINFO *table, const QString &tag)
 {
     bool ok = false;
     const unsigned int number = tag.toUInt(&ok, 16);
-    return ok ? XMLPacketable::getConvStructFromDataTag(table, number) : nullptr;
+    for (; ok && table && table->elementType != 0; ++table) {
+        if (table->dataTag == number)
+            return table;
+    }
+    return nullptr;
 }
 
-inline unsigned int toDom(QDomElement &parent, QStringList &lines, unsigned int start)
+inline QDomElement add(const QDomElement &parent, const QString &name)
 {
-    CONVERTSTRUCTELEMENTINFO *table = nullptr;
+    // Newer toolkits refuse to make elements with the names of fields.
+    QDomElement child = parent.ownerDocument().createElement(QStringLiteral("x"));
+    child.setTagName(name);
+    return QDomElement(parent).appendChild(child).toElement();
+}
+
+inline void set(QDomElement element, const char *attribute, const QString &value)
+{
+    if (!value.isEmpty())
+        element.setAttribute(QLatin1String(attribute), value);
+}
+
+inline void addEntries(const QDomElement &field, const QStringList &texts)
+{
+    for (const QString &text : texts) {
+        QDomText node = field.ownerDocument().createTextNode(QString());
+        node.setData(text);
+        add(field, QStringLiteral("value")).appendChild(node);
+    }
+}
+
+/** Appends the field that a line stands for, whose row has the given shape and name. */
+inline QDomElement addField(const QDomElement &parent, Shape shape, const QString &tag, const QString &value,
+                            const char *name = nullptr)
+{
+    if (shape == None)
+        return QDomElement();
+    QDomElement field = add(parent, tag);
+    const QStringList words = value.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    bool counted = false;
+    const unsigned int count = words.value(0).toUInt(&counted, 16);
+    if (shape == Simple) {
+        set(field, "value", value);
+    } else if (shape == Binary) {
+        set(field, "value", QStringLiteral("?? CONV_BINARYDATA (%1) ??").arg(QString::fromLatin1(name)));
+    } else if (shape == Key && words.size() == 2) {
+        set(field, "key", words.at(0));
+        set(field, "hkey", words.at(1));
+    } else if (shape == Numbers && counted && quint64(words.size()) == quint64(count) + 1) {
+        set(field, "size", QString::number(count, 16));
+        addEntries(field, words.mid(1));
+    } else if (shape == Strings && counted) {
+        set(field, "size", QString::number(count, 16));
+        const QStringList texts = value.split(QLatin1Char('\r'), Qt::SkipEmptyParts); // the count is in the first
+        if (quint64(texts.size()) == count)
+            addEntries(field, texts);
+    }
+    return field;
+}
+
+inline unsigned int toDom(const QDomElement &parent, const QStringList &lines, unsigned int start)
+{
+    const CONVERTSTRUCTELEMENTINFO *table = nullptr;
     if (!findTable(parent, table))
         return start;
     bool split = false;
@@ -66,132 +124,208 @@ inline unsigned int toDom(QDomElement &parent, QStringList &lines, unsigned int 
         }
         if (!split)
             continue;
+        // A line without a blank is split where the last one was.
         const QString tag = line.left(position);
         const QString value = line.mid(position + 1, length);
-        if (tag == XMLPacketable::END_ITEM || tag == XMLPacketable::END_LIST)
+        if (tag == QLatin1String("TI") || tag == QLatin1String("TL"))
             return i;
-        if (tag == XMLPacketable::START_LIST) {
-            QDomElement list = XMLObject::createElement(parent, XMLPacketable::LIST);
-            XMLObject::setAttribute(list, XMLPacketable::SIZE, value);
+        if (tag == QLatin1String("SL")) {
+            const QDomElement list = add(parent, QStringLiteral("list"));
+            set(list, "size", value);
             i = toDom(list, lines, i + 1);
-        } else if (tag == XMLPacketable::START_ITEM) {
-            QDomElement item = XMLObject::createElement(parent, XMLPacketable::ITEM);
-            XMLObject::setAttribute(item, XMLPacketable::DATATYPE, value);
+        } else if (tag == QLatin1String("SI")) {
+            const QDomElement item = add(parent, QStringLiteral("item"));
+            set(item, "datatype", value);
             i = toDom(item, lines, i + 1);
         } else if (const CONVERTSTRUCTELEMENTINFO *const row = findRow(table, tag)) {
-            switch (shapeOf(*row)) {
-            case Simple:
-            case Binary: {
-                QDomElement field = XMLObject::createElement(parent, tag);
-                const QString placeholder = QStringLiteral("?? CONV_BINARYDATA (%1) ??");
-                XMLObject::setAttribute(field, XMLPacketable::VALUE,
-                                        shapeOf(*row) == Simple ? value
-                                                                : placeholder.arg(QString::fromLatin1(row->fieldName)));
-                break;
-            }
-            case Key: {
-                QDomElement field = XMLObject::createElement(parent, tag);
-                const QStringList words = value.split(QLatin1Char(' '), Qt::SkipEmptyParts);
-                if (words.size() == 2) {
-                    XMLObject::setAttribute(field, XMLPacketable::KEY, words.at(0));
-                    XMLObject::setAttribute(field, XMLPacketable::HKEY, words.at(1));
-                }
-                break;
-            }
-            case Numbers: {
-                QDomElement field = XMLObject::createElement(parent, tag);
-                const QStringList words = value.split(QLatin1Char(' '), Qt::SkipEmptyParts);
-                bool ok = false;
-                const unsigned int count = words.value(0).toUInt(&ok, 16);
-                if (ok && static_cast<quint64>(words.size()) == quint64(count) + 1) {
-                    XMLObject::setAttribute(field, XMLPacketable::SIZE, count, 16);
-                    for (int word = 1; word < words.size(); ++word) {
-                        QDomElement entry = XMLObject::createElement(field, XMLPacketable::VALUE);
-                        XMLObject::createTextNodeV(entry, words.at(word));
-                    }
-                }
-                break;
-            }
-            case Strings: {
-                QDomElement field = XMLObject::createElement(parent, tag);
-                bool ok = false;
-                const unsigned int count =
-                    value.section(QLatin1Char(' '), 0, 0, QString::SectionSkipEmpty).toUInt(&ok, 16);
-                if (!ok)
-                    break;
-                XMLObject::setAttribute(field, XMLPacketable::SIZE, count, 16);
-                const QStringList texts = value.split(QLatin1Char('\r'), Qt::SkipEmptyParts);
-                if (count != 0 && static_cast<quint64>(texts.size()) == count) {
-                    for (const QString &text : texts) {
-                        QDomElement entry = XMLObject::createElement(field, XMLPacketable::VALUE);
-                        XMLObject::createTextNodeV(entry, text);
-                    }
-                }
-                break;
-            }
-            case None:
-                break;
-            }
+            addField(parent, shapeOf(row->elementType), tag, value, row->fieldName);
         }
     }
     return static_cast<unsigned int>(lines.size());
 }
 
 /** Reads \a text into children of \a parent. */
-inline void read(QDomElement &parent, const char *text, int size)
+inline void read(const QDomElement &parent, const char *text, int size)
 {
-    QStringList lines = QString::fromUtf8(text, size).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    toDom(parent, lines, 0);
+    toDom(parent, QString::fromUtf8(text, size).split(QLatin1Char('\n'), Qt::SkipEmptyParts), 0);
 }
 
-inline QString joinValues(const QDomElement &field, const QString &separator, int &count)
+/** Fills the parts in one by one: a part that holds a marker takes the next one's place. */
+inline QString fill(const QString &first, const QString &second, const QString &third)
 {
+    return QStringLiteral("%1 %2 %3\n").arg(first).arg(second).arg(third);
+}
+
+/** Returns the line of a field. */
+inline QString lineOf(Shape shape, const QDomElement &field)
+{
+    const QString tag = field.tagName();
+    if (shape == Simple)
+        return tag + QLatin1Char(' ') + field.attribute(QStringLiteral("value")) + QLatin1Char('\n');
+    if (shape == Key)
+        return fill(tag, field.attribute(QStringLiteral("key")), field.attribute(QStringLiteral("hkey")));
+    if (shape != Numbers && shape != Strings)
+        return QString();
     QStringList texts;
     for (QDomElement child = field.firstChildElement(); !child.isNull(); child = child.nextSiblingElement()) {
-        if (child.tagName() == XMLPacketable::VALUE)
+        if (child.tagName() == QLatin1String("value"))
             texts << child.text();
     }
-    count = static_cast<int>(texts.size());
-    return texts.join(separator);
+    return fill(tag, QString::number(texts.size()), texts.join(QLatin1Char(shape == Numbers ? ' ' : '\r')));
 }
 
 inline QString toPacket(const QDomElement &element)
 {
     QString text;
-    CONVERTSTRUCTELEMENTINFO *table = nullptr;
+    const CONVERTSTRUCTELEMENTINFO *table = nullptr;
     if (!element.hasChildNodes() || !findTable(element, table))
         return text;
     text.reserve(4096);
     for (QDomElement child = element.firstChildElement(); !child.isNull(); child = child.nextSiblingElement()) {
-        const QString name = child.tagName();
-        if (child.nodeName() == XMLPacketable::LIST) {
-            text += QStringLiteral("%1 %2\n").arg(XMLPacketable::START_LIST).arg(child.attribute(XMLPacketable::SIZE));
-            text += toPacket(child);
-            text += QStringLiteral("%1 0\n").arg(XMLPacketable::END_LIST);
-        } else if (child.nodeName() == XMLPacketable::ITEM) {
-            text +=
-                QStringLiteral("%1 %2\n").arg(XMLPacketable::START_ITEM).arg(child.attribute(XMLPacketable::DATATYPE));
-            text += toPacket(child);
-            text += QStringLiteral("%1 0\n").arg(XMLPacketable::END_ITEM);
-        } else if (const CONVERTSTRUCTELEMENTINFO *const row = findRow(table, name)) {
-            const Shape shape = shapeOf(*row);
-            int count = 0;
-            if (shape == Simple) {
-                text += name + QLatin1Char(' ') + child.attribute(XMLPacketable::VALUE) + QLatin1Char('\n');
-            } else if (shape == Key) {
-                text += QStringLiteral("%1 %2 %3\n")
-                            .arg(name)
-                            .arg(child.attribute(XMLPacketable::KEY))
-                            .arg(child.attribute(XMLPacketable::HKEY));
-            } else if (shape == Numbers || shape == Strings) {
-                const QString joined =
-                    joinValues(child, shape == Numbers ? QStringLiteral(" ") : QStringLiteral("\r"), count);
-                text += QStringLiteral("%1 %2 %3\n").arg(name).arg(count).arg(joined);
-            }
-        }
+        if (child.nodeName() == QLatin1String("list"))
+            text += QStringLiteral("SL ") + child.attribute(QStringLiteral("size")) + QLatin1Char('\n')
+                + toPacket(child) + QStringLiteral("TL 0\n");
+        else if (child.nodeName() == QLatin1String("item"))
+            text += QStringLiteral("SI ") + child.attribute(QStringLiteral("datatype")) + QLatin1Char('\n')
+                + toPacket(child) + QStringLiteral("TI 0\n");
+        else if (const CONVERTSTRUCTELEMENTINFO *const row = findRow(table, child.tagName()))
+            text += lineOf(shapeOf(row->elementType), child);
     }
     return text;
 }
+
+/** Makes inputs as fuzz/drivers.h describes them: the tables of the data types 1f and 20, and a text or a tree. */
+class Generator
+{
+public:
+    explicit Generator(quint32 seed) : random(seed) { }
+
+    QByteArray textInput()
+    {
+        QByteArray input = table() + table() + (below(8) == 0 ? "" : "SI 1f\n");
+        for (int lines = below(30); lines > 0; --lines)
+            input += line() + pick({"\n", "\n", "\n", "\n\n", "\r\n", " \n", "\n \n", ""});
+        return input;
+    }
+
+    QByteArray treeInput()
+    {
+        return table() + table() + "<I=d1f;" + children(4) + '>' + children(3);
+    }
+
+    int below(int limit)
+    {
+        return static_cast<int>(random.bounded(static_cast<quint32>(limit)));
+    }
+
+private:
+    QByteArray pick(const QList<QByteArray> &choice)
+    {
+        return choice.at(below(static_cast<int>(choice.size())));
+    }
+
+    // Row numbers, types and sizes are all different from each other. Some tags differ in their high bits only.
+    QByteArray table()
+    {
+        const int rows = below(3) == 0 ? 1 << below(5) : below(20);
+        const int first = below(16);
+        QByteArray bytes;
+        for (int row = 0; row < rows; ++row) {
+            bytes += static_cast<char>(64 + (below(50) == 0 ? below(64) : 1 + below(33)));
+            bytes += static_cast<char>(row < 16 ? 64 + (first + row) % 16 : 128 + below(128));
+            bytes += "01248"[below(5)];
+        }
+        return bytes + '\n';
+    }
+
+    QByteArray tag()
+    {
+        QByteArray hex = QByteArray::number(below(4) ? below(18) : below(9) << 24, 16);
+        if (below(6) == 0)
+            hex = hex.toUpper();
+        return pick({"", "", "", "", "", "0", "00", "0x", "0X", "+"}) + hex;
+    }
+
+    QByteArray word()
+    {
+        return pick({"a",     "B7",       "10",           "ffffffff", "0",  "%1",       "%2b",
+                     "x y",   "\xc3\xa4", "\xe2\x82\xac", "\xff",     "\t", "\xc2\xa0", "\xef\xbb\xbf",
+                     "<&\">", "\x01",     "abcdefgh",     "",         "-1", "SI",       "value"});
+    }
+
+    QByteArray words(const char *separator, int count)
+    {
+        QByteArray text;
+        for (int i = 0; i < count; ++i)
+            text += (i ? separator : "") + word();
+        return text;
+    }
+
+    QByteArray value()
+    {
+        const int count = below(4) ? below(5) : below(20);
+        const QByteArray hex = QByteArray::number(count + (below(5) ? 0 : below(3) - 1), below(6) ? 16 : 10);
+        switch (below(7)) {
+        case 0:
+        case 1:
+            return pick({"", "0", " "}) + hex + ' ' + words(pick({" ", " ", "  "}), count);
+        case 2:
+        case 3:
+            return hex + ' ' + words(pick({"\r", "\r", "\r\r"}), count);
+        case 4:
+            return words(" ", 2);
+        default:
+            return words(" ", below(4));
+        }
+    }
+
+    QByteArray line()
+    {
+        switch (below(12)) {
+        case 0:
+            return "SI " + pick({"1f", "1f", "20", "1F", "6", "06", "77", "", "x", "1f "});
+        case 1:
+            return "SL " + pick({"2", "", "a b", "%1"});
+        case 2:
+            return pick({"TI 0", "TL 0", "TI", "TIx", "TL ", "TI 1 2", "TL"});
+        case 3:
+            return tag() + pick({"x", "xyz9", "", "SI1f", "\t0"});
+        case 4:
+            return word() + pick({"", " "}) + word();
+        default:
+            return tag() + ' ' + value();
+        }
+    }
+
+    QByteArray children(int depth)
+    {
+        QByteArray text;
+        for (int count = below(5); count > 0; --count) {
+            text += pick({"", "", "", "\"t;", "!c;", "[d;"}) + '<';
+            const int kind = depth > 0 ? below(6) : 5;
+            text += kind < 2 ? pick({"I", "I", "p:I"}) : kind == 2 ? pick({"L", "L", "p:L"}) : QByteArray();
+            text +=
+                kind < 3 ? QByteArray() : pick({"", "", "", "", "p:"}) + (below(8) ? tag() : pick({"x", "0%1", "%1"}));
+            for (const char *const name : {"v", "k", "h", "s", "d"}) {
+                if (below(3))
+                    text +=
+                        '=' + QByteArray(name) + (*name == 'd' ? pick({"1f", "20", "6", "77", "", "x"}) : word()) + ';';
+            }
+            text += (kind < 3 ? children(depth - 1) : entries()) + '>';
+        }
+        return text;
+    }
+
+    QByteArray entries()
+    {
+        QByteArray text;
+        for (int count = below(4) ? below(4) : below(14); count > 0; --count)
+            text += pick({"<V", "<V", "<V", "<V", "<p:V", "<x"}) + pick({"", "\"", "\"a;<b\"s;>\""}) + word() + ";>";
+        return text;
+    }
+
+    QRandomGenerator random;
+};
 
 } // namespace plain
 
