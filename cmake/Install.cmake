@@ -1,7 +1,8 @@
 # SPDX-FileCopyrightText: 2026 The zqxml developers
 # SPDX-License-Identifier: MIT
 
-# What is installed, in the components runtime, development, tools, standin and standin_development.
+# What is installed, in the components runtime, development, tools, standin, standin_development and documentation. The
+# build tree can be used as if it were installed: zqxml_DIR may name it.
 
 include(CMakePackageConfigHelpers)
 
@@ -13,6 +14,9 @@ function(zqxml_set_install_rpath directory)
     file(RELATIVE_PATH path "${CMAKE_INSTALL_FULL_${directory}}" "${CMAKE_INSTALL_FULL_LIBDIR}")
     string(REGEX REPLACE "/$" "" path "$ORIGIN/${path}")
     set_property(TARGET ${ARGN} PROPERTY INSTALL_RPATH "${path}" ${CMAKE_INSTALL_RPATH})
+    if(ZQXML_ZQAPP_LIBRARY) # its folder too
+        set_property(TARGET ${ARGN} PROPERTY INSTALL_RPATH_USE_LINK_PATH ON)
+    endif()
 endfunction()
 
 # zqxml_install_headers(target component) installs the public headers among the target's sources.
@@ -23,86 +27,124 @@ function(zqxml_install_headers target component)
     list(FILTER headers EXCLUDE REGEX "_p\\.h$")
     list(TRANSFORM headers PREPEND "${directory}/" REGEX "^[^/]")
     get_filename_component(folder "${directory}" NAME)
-    install(FILES ${headers} DESTINATION "${zqxml_includedir}/${folder}" COMPONENT ${component})
+    install(FILES ${headers}
+        DESTINATION "${zqxml_includedir}/${folder}" COMPONENT ${component})
 endfunction()
 
-zqxml_set_install_rpath(LIBDIR zqxml)
-install(TARGETS zqxml EXPORT zqxml
-    RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT runtime
-    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime NAMELINK_COMPONENT development
-    ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT development)
-zqxml_install_headers(zqxml development)
-install(FILES "${PROJECT_BINARY_DIR}/zqxml/zqxml_export.h" "${PROJECT_BINARY_DIR}/zqxml/zqxml_version.h"
-    DESTINATION "${zqxml_includedir}/zqxml" COMPONENT development)
-install(FILES recordlib/zqapp.h recordlib/zqlib.h DESTINATION "${zqxml_includedir}/recordlib" COMPONENT development)
-install(EXPORT zqxml NAMESPACE zqxml:: FILE zqxmlTargets.cmake
-    DESTINATION "${zqxml_cmakedir}" COMPONENT development)
+# zqxml_install(name runtime development target...) installs targets with their public headers, and says where they are in
+# a file <name>Targets.cmake of the CMake package, in the build tree too.
+function(zqxml_install name runtime development)
+    zqxml_set_install_rpath(LIBDIR ${ARGN})
+    install(TARGETS ${ARGN} EXPORT ${name}
+        RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT ${runtime}
+        LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT ${runtime} NAMELINK_COMPONENT ${development}
+        ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT ${development})
+    foreach(target IN LISTS ARGN)
+        zqxml_install_headers(${target} ${development})
+    endforeach()
+    install(EXPORT ${name} NAMESPACE zqxml:: FILE ${name}Targets.cmake
+        DESTINATION "${zqxml_cmakedir}" COMPONENT ${development})
+    export(EXPORT ${name} NAMESPACE zqxml:: FILE "${PROJECT_BINARY_DIR}/${name}Targets.cmake")
+endfunction()
 
-zqxml_set_install_rpath(LIBDIR zqxmlkit)
-install(TARGETS zqxmlkit EXPORT zqxmlkit
-    RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT runtime
-    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime NAMELINK_COMPONENT development
-    ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT development)
-zqxml_install_headers(zqxmlkit development)
-install(FILES "${PROJECT_BINARY_DIR}/zqxmlkit/zqxmlkit_export.h"
-    DESTINATION "${zqxml_includedir}/zqxmlkit" COMPONENT development)
-install(EXPORT zqxmlkit NAMESPACE zqxml:: FILE zqxmlkitTargets.cmake
-    DESTINATION "${zqxml_cmakedir}" COMPONENT development)
+# zqxml_install_pc(name component DESCRIPTION text REQUIRES package... LIBS flag... CFLAGS flag...) installs a file for
+# pkg-config. It finds its prefix from where it lies, so that an installed tree can be moved.
+file(RELATIVE_PATH ZQXML_PC_PREFIX "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
+string(REGEX REPLACE "/$" "" ZQXML_PC_PREFIX "${ZQXML_PC_PREFIX}")
+file(RELATIVE_PATH ZQXML_PC_LIBDIR "${CMAKE_INSTALL_PREFIX}" "${CMAKE_INSTALL_FULL_LIBDIR}")
+file(RELATIVE_PATH ZQXML_PC_INCLUDEDIR "${CMAKE_INSTALL_PREFIX}"
+    "${CMAKE_INSTALL_FULL_INCLUDEDIR}/zqxml${ZQXML_NAME_SUFFIX}")
+function(zqxml_install_pc name component)
+    cmake_parse_arguments(PARSE_ARGV 2 arg "" "DESCRIPTION" "REQUIRES;LIBS;CFLAGS")
+    set(ZQXML_PC_NAME ${name}${ZQXML_NAME_SUFFIX})
+    set(ZQXML_PC_DESCRIPTION "${arg_DESCRIPTION}")
+    list(JOIN arg_REQUIRES " " ZQXML_PC_REQUIRES)
+    string(REPLACE " " "\\ " arg_LIBS "${arg_LIBS}")
+    list(JOIN arg_LIBS " " ZQXML_PC_LIBS)
+    list(JOIN arg_CFLAGS " " ZQXML_PC_CFLAGS)
+    configure_file(cmake/library.pc.in "${PROJECT_BINARY_DIR}/cmake/${ZQXML_PC_NAME}.pc" @ONLY)
+    install(FILES "${PROJECT_BINARY_DIR}/cmake/${ZQXML_PC_NAME}.pc"
+        DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT ${component})
+endfunction()
 
 # A shared library brings the record library along, but the linker has to find it. Who links the static one links the
 # record library too, and what that needs.
-set(ZQXML_PC_REQUIRES ${zqxml_qt_components})
-list(TRANSFORM ZQXML_PC_REQUIRES PREPEND Qt${ZQXML_QT_MAJOR})
-set(ZQXML_PC_STANDIN_REQUIRES Qt${ZQXML_QT_MAJOR}Core)
-set(ZQXML_CONFIG_QT_COMPONENTS ${zqxml_qt_components})
+set(qt Qt${ZQXML_QT_MAJOR})
+set(ZQXML_CONFIG_QT "")
+set(ZQXML_CONFIG_COMPONENTS "")
+set(ZQXML_CONFIG_NEEDS "")
+set(ZQXML_CONFIG_RECORD_LIBRARY "")
+set(static_requires "")
+set(static_libs "")
 if(ZQXML_ZQAPP_LIBRARY)
     foreach(name zqapp ZQlib)
         get_target_property(location ${name} IMPORTED_LOCATION)
         string(APPEND ZQXML_CONFIG_RECORD_LIBRARY "
 if(NOT TARGET ${name})
+    if(NOT EXISTS \"${location}\")
+        zqxml_not_found(\"The record library is not there: ${location}. \"
+            \"Put it there, or add the imported target ${name} before you look for zqxml.\")
+    endif()
     add_library(${name} SHARED IMPORTED)
     set_property(TARGET ${name} PROPERTY IMPORTED_LOCATION \"${location}\")
 endif()
 ")
     endforeach()
-endif()
-if(NOT BUILD_SHARED_LIBS)
-    set(ZQXML_PC_CFLAGS -DZQXML_STATIC_DEFINE)
-    if(ZQXML_ZQAPP_LIBRARY)
-        set(ZQXML_PC_LIBS "${ZQXML_ZQAPP_LIBRARY} ${ZQXML_ZQLIB_LIBRARY}")
-    else()
-        list(APPEND ZQXML_CONFIG_QT_COMPONENTS Sql)
-        list(APPEND ZQXML_PC_REQUIRES zqxml-standin${ZQXML_NAME_SUFFIX})
-        list(APPEND ZQXML_PC_STANDIN_REQUIRES Qt${ZQXML_QT_MAJOR}Sql)
+    if(NOT BUILD_SHARED_LIBS)
+        set(static_libs "${ZQXML_ZQAPP_LIBRARY}" "${ZQXML_ZQLIB_LIBRARY}")
     endif()
+else()
+    # On purpose the stand-in's libraries have no version in their names: the application's own can take their place.
+    list(APPEND ZQXML_CONFIG_COMPONENTS standin)
+    set(requires ${qt}Core)
+    if(NOT BUILD_SHARED_LIBS)
+        list(APPEND requires ${qt}Sql)
+        list(APPEND ZQXML_CONFIG_QT Sql)
+        set(static_requires zqxml-standin${ZQXML_NAME_SUFFIX})
+    endif()
+    zqxml_install(zqxmlstandin standin standin_development zqapp ZQlib)
+    zqxml_install_pc(zqxml-standin standin_development
+        DESCRIPTION "Stand-in for the record library that zqxml calls"
+        REQUIRES ${requires}
+        LIBS -lzqapp${ZQXML_NAME_SUFFIX} -lZQlib${ZQXML_NAME_SUFFIX})
 endif()
-list(JOIN ZQXML_PC_REQUIRES " " ZQXML_PC_REQUIRES)
-list(JOIN ZQXML_PC_STANDIN_REQUIRES " " ZQXML_PC_STANDIN_REQUIRES)
-list(JOIN ZQXML_CONFIG_QT_COMPONENTS " " ZQXML_CONFIG_QT_COMPONENTS)
 
-set(config "${PROJECT_BINARY_DIR}/cmake/zqxml${ZQXML_NAME_SUFFIX}Config")
+get_property(libraries GLOBAL PROPERTY ZQXML_LIBRARIES)
+foreach(library IN LISTS libraries)
+    zqxml_install(${library} runtime development ${library})
+
+    get_target_property(component ${library} EXPORT_NAME)
+    get_target_property(description ${library} ZQXML_DESCRIPTION)
+    get_target_property(uses ${library} ZQXML_USES)
+    get_target_property(modules ${library} ZQXML_QT)
+    if(component STREQUAL "zqxml")
+        list(APPEND ZQXML_CONFIG_QT ${modules})
+    else()
+        list(APPEND ZQXML_CONFIG_COMPONENTS ${component})
+        list(TRANSFORM uses REPLACE "^zqxml" "" OUTPUT_VARIABLE components)
+        string(APPEND ZQXML_CONFIG_NEEDS
+            "set(zqxml_${component}_uses ${components})\nset(zqxml_${component}_qt ${modules})\n")
+    endif()
+
+    list(TRANSFORM uses APPEND "${ZQXML_NAME_SUFFIX}")
+    list(TRANSFORM modules PREPEND ${qt})
+    set(cflags "")
+    if(NOT BUILD_SHARED_LIBS)
+        string(TOUPPER "-D${library}_STATIC_DEFINE" cflags)
+    endif()
+    zqxml_install_pc(${library} development DESCRIPTION "${description}"
+        REQUIRES ${uses} ${modules} ${static_requires}
+        LIBS -l${library}${ZQXML_NAME_SUFFIX} ${static_libs}
+        CFLAGS ${cflags})
+endforeach()
+install(FILES recordlib/zqapp.h recordlib/zqlib.h DESTINATION "${zqxml_includedir}/recordlib" COMPONENT development)
+
+list(JOIN ZQXML_CONFIG_QT " " ZQXML_CONFIG_QT)
+list(JOIN ZQXML_CONFIG_COMPONENTS " " ZQXML_CONFIG_COMPONENTS)
+set(config "${PROJECT_BINARY_DIR}/zqxml${ZQXML_NAME_SUFFIX}Config")
 configure_package_config_file(cmake/zqxmlConfig.cmake.in "${config}.cmake" INSTALL_DESTINATION "${zqxml_cmakedir}")
 write_basic_package_version_file("${config}Version.cmake" COMPATIBILITY SameMajorVersion)
 install(FILES "${config}.cmake" "${config}Version.cmake" DESTINATION "${zqxml_cmakedir}" COMPONENT development)
-configure_file(cmake/zqxml.pc.in "${PROJECT_BINARY_DIR}/cmake/zqxml${ZQXML_NAME_SUFFIX}.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/cmake/zqxml${ZQXML_NAME_SUFFIX}.pc"
-    DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)
-
-# On purpose the stand-in's libraries have no version in their names: the application's own can take their place.
-if(NOT ZQXML_ZQAPP_LIBRARY)
-    zqxml_set_install_rpath(LIBDIR zqapp ZQlib)
-    install(TARGETS zqapp ZQlib EXPORT zqxml_standin
-        RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT standin
-        LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT standin
-        ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT standin_development)
-    zqxml_install_headers(ZQlib standin_development)
-    zqxml_install_headers(zqapp standin_development)
-    install(EXPORT zqxml_standin NAMESPACE zqxml:: FILE zqxmlStandinTargets.cmake
-        DESTINATION "${zqxml_cmakedir}" COMPONENT standin_development)
-    configure_file(cmake/zqxml-standin.pc.in "${PROJECT_BINARY_DIR}/cmake/zqxml-standin${ZQXML_NAME_SUFFIX}.pc" @ONLY)
-    install(FILES "${PROJECT_BINARY_DIR}/cmake/zqxml-standin${ZQXML_NAME_SUFFIX}.pc"
-        DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT standin_development)
-endif()
 
 if(TARGET zqxml-query)
     zqxml_set_install_rpath(BINDIR zqxml-query zqxml-store)

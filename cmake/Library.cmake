@@ -3,10 +3,19 @@
 
 include(GenerateExportHeader)
 
-# zqxml_add_library(name EXPORT_NAME name SOURCES source...) adds the library in the present folder as every library of
-# this project is built: the alias zqxml::<EXPORT_NAME>, a header <name>_export.h, and none but the public names exported.
+# Compiles a library that is installed with the settings of zqxml_build. It is not linked: a static library would hand its
+# name on to the users of the build tree.
+function(zqxml_build_as_ours target)
+    target_compile_options(${target} PRIVATE $<TARGET_PROPERTY:zqxml_build,INTERFACE_COMPILE_OPTIONS>)
+    target_compile_definitions(${target} PRIVATE $<TARGET_PROPERTY:zqxml_build,INTERFACE_COMPILE_DEFINITIONS>)
+endfunction()
+
+# zqxml_add_library(name EXPORT_NAME name DESCRIPTION text [USES library...] [QT module...] SOURCES source...) adds the
+# library in the present folder as every library of this project is built and, by Install.cmake, packaged: the alias
+# zqxml::<EXPORT_NAME>, a header <name>_export.h, and none but the public names exported. Its users get what it uses: other
+# libraries of ours, and modules of Qt.
 function(zqxml_add_library name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "" "EXPORT_NAME" "SOURCES")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "EXPORT_NAME;DESCRIPTION" "USES;QT;SOURCES")
     add_library(${name} ${arg_SOURCES})
     add_library(zqxml::${arg_EXPORT_NAME} ALIAS ${name})
     set_target_properties(${name} PROPERTIES
@@ -19,8 +28,11 @@ function(zqxml_add_library name)
     target_include_directories(${name} PUBLIC
         "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR};${PROJECT_BINARY_DIR}>"
         "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/zqxml${ZQXML_NAME_SUFFIX}>")
-    target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:zqxml_build>)
+    zqxml_build_as_ours(${name})
+    list(TRANSFORM arg_QT PREPEND Qt${ZQXML_QT_MAJOR}:: OUTPUT_VARIABLE qt_targets)
+    target_link_libraries(${name} PUBLIC ${arg_USES} ${qt_targets})
     generate_export_header(${name} EXPORT_FILE_NAME ${name}_export.h)
+    target_sources(${name} PRIVATE "${CMAKE_CURRENT_BINARY_DIR}/${name}_export.h")
     if(NOT BUILD_SHARED_LIBS)
         string(TOUPPER ${name} prefix)
         target_compile_definitions(${name} PUBLIC ${prefix}_STATIC_DEFINE)
@@ -31,4 +43,8 @@ function(zqxml_add_library name)
         target_link_options(${name} PRIVATE "LINKER:--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map")
         set_property(TARGET ${name} PROPERTY LINK_DEPENDS "${PROJECT_SOURCE_DIR}/cmake/exports.map")
     endif()
+
+    set_property(GLOBAL APPEND PROPERTY ZQXML_LIBRARIES ${name})
+    set_target_properties(${name} PROPERTIES
+        ZQXML_DESCRIPTION "${arg_DESCRIPTION}" ZQXML_USES "${arg_USES}" ZQXML_QT "${arg_QT}")
 endfunction()
