@@ -334,16 +334,6 @@ void readBytes(std::string_view value, ZQARRAY &array)
     }
 }
 
-void readFixedText(std::string_view value, char *field, unsigned int size)
-{
-    value = value.substr(0, value.find('\0'));
-    std::size_t length = std::min<std::size_t>(value.size(), size - 1);
-    while (length < value.size() && length > 0 && (value[length] & 0xc0) == 0x80)
-        --length;
-    std::memset(field, 0, size);
-    std::memcpy(field, value.data(), length);
-}
-
 void readPair(std::string_view value, Storage storage, unsigned int size, void *place)
 {
     char pair[2 * sizeof(int)];
@@ -362,7 +352,7 @@ void readValue(std::string_view value, ZQLIST_ELEMENT *record, const CONVERTSTRU
         ZQSetText(fieldIn<char *>(record, row), value.data(), sizeOf(value));
         break;
     case Storage::FixedText:
-        readFixedText(value, place, field.size);
+        ZQSetFixedText(place, field.size, value.data(), sizeOf(value));
         break;
     case Storage::Character:
         *place = value.size() == 1 ? value[0] : '\0';

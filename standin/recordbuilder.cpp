@@ -43,7 +43,7 @@ void setText(char *&field, const QByteArray &text)
 template <std::size_t size>
 void setText(char (&field)[size], const QByteArray &text)
 {
-    std::memcpy(field, text.constData(), std::min<std::size_t>(size - 1, static_cast<std::size_t>(text.size())));
+    ZQSetFixedText(field, size, text.constData(), static_cast<unsigned int>(text.size()));
 }
 
 /** Makes an array of what \a value gives for each index. */

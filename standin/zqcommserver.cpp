@@ -3,134 +3,89 @@
 
 #include "standin/zqstandin.h"
 
-#include "database_p.h"
+#include "connection_p.h"
 #include "recordbuilder_p.h"
 
-#include <QFile>
-#include <QFileInfo>
+#include <QRegularExpression>
 #include <QSqlError>
-#include <QSqlQuery>
 #include <QUrl>
 #include <QVariant>
 
 #include <cstdio>
 #include <memory>
 
-struct ZQCONNECTION {
-    ZQCONNECTION(const QString &driver, const QString &databaseName) : database(driver, databaseName) { }
-
-    bool prepare(QString *error)
-    {
-        const struct {
-            QSqlQuery &query;
-            QString text;
-        } statements[] = {
-            {outputs,
-             QStringLiteral("SELECT id, zqkey, hkey, name, state, speed, resolution,"
-                            " (SELECT count(*) FROM jobs WHERE output = outputs.id AND queue = 3)"
-                            " FROM outputs ORDER BY id")},
-            {publications,
-             QStringLiteral("SELECT id, zqkey, hkey, name, 0, 0, 0,"
-                            " (SELECT count(*) FROM books WHERE publication = publications.id)"
-                            " FROM publications WHERE id IN (SELECT publication FROM books) ORDER BY id")},
-            {ids,
-             QStringLiteral("SELECT id FROM outputs WHERE zqkey = ? AND hkey = ?"
-                            " UNION ALL SELECT id FROM publications WHERE zqkey = ? AND hkey = ?")},
-            {jobs,
-             QStringLiteral("SELECT jobs.id, jobs.zqkey, jobs.hkey, jobs.name, publications.name, publications.id,"
-                            " page, queue, output, arrived, priority, copies, bytes, paper, format, inks, digest,"
-                            " publications.zqkey, publications.hkey"
-                            " FROM jobs LEFT JOIN publications ON publications.id = jobs.publication"
-                            " WHERE output = ? AND queue = ? ORDER BY arrived, jobs.id")},
-            {books,
-             QStringLiteral("SELECT books.id, books.zqkey, books.hkey, books.name, publication, pages, signature,"
-                            " copies, balance, cover, keywords"
-                            " FROM publications JOIN books ON books.publication = publications.id"
-                            " WHERE publications.zqkey = ? AND publications.hkey = ? ORDER BY books.id")},
-        };
-        for (const auto &statement : statements) {
-            statement.query = QSqlQuery(database.handle);
-            statement.query.setForwardOnly(true);
-            if (!statement.query.prepare(statement.text))
-                return fail(error, QStringLiteral("no record store: ") + reasonOf(statement.query.lastError()));
-        }
-        return true;
-    }
-
-    Database database;
-    QSqlQuery outputs;
-    QSqlQuery publications;
-    QSqlQuery ids;
-    QSqlQuery jobs;
-    QSqlQuery books;
-};
-
 namespace {
-
-using Connection = std::unique_ptr<ZQCONNECTION>;
-
-ZQCONNECTION *open(Connection connection, QString *error)
-{
-    if (!connection->database.handle.open()) {
-        fail(error, reasonOf(connection->database.handle.lastError()));
-        return nullptr;
-    }
-    return connection->prepare(error) ? connection.release() : nullptr;
-}
-
-ZQCONNECTION *openFile(const QString &fileName, QString *error)
-{
-    const QFileInfo there(fileName);
-    if (there.exists() && !there.isFile() && !there.isDir()) { // opening a pipe would wait
-        fail(error, QStringLiteral("not a regular file"));
-        return nullptr;
-    }
-    QFile file(fileName); // gives better reasons than the driver
-    if (!file.open(QIODevice::ReadOnly)) {
-        fail(error, file.errorString());
-        return nullptr;
-    }
-    auto connection = std::make_unique<ZQCONNECTION>(QStringLiteral("QSQLITE"), fileName);
-    connection->database.handle.setConnectOptions(QStringLiteral("QSQLITE_OPEN_READONLY"));
-    return open(std::move(connection), error);
-}
 
 unsigned int failedCalls = 0;
 
-void report(const char *call, const QString &reason)
+void report(const ZQCONNECTION *connection, const char *call, const QString &reason)
 {
     ++failedCalls;
-    std::fprintf(stderr, "record store: %s failed: %s\n", call, reason.toUtf8().constData());
+    const QString place = connection ? connection->location + QStringLiteral(": ") : QString();
+    ZQReport()(place + QLatin1String(call) + QStringLiteral(" failed: ") + reason);
 }
 
-/** Executes \a query and makes a chain of its rows; sets the error of \a commands. */
+ZQLIST_ELEMENT *refuse(const ZQCONNECTION *connection, ZQLPCOMMANDS &commands, const char *call, const QString &reason)
+{
+    commands.error = 1;
+    if (!reason.isEmpty())
+        report(connection, call, reason);
+    return nullptr;
+}
+
+/** Executes \a query with \a values. */
+void execute(QSqlQuery &query, const QVariantList &values)
+{
+    for (int i = 0; i < values.size(); ++i)
+        query.bindValue(i, values.at(i));
+    query.exec();
+}
+
+/** Ends the call that \a query was executed for; returns why it failed, if it did. */
+QString finish(ZQCONNECTION &connection, QSqlQuery &query)
+{
+    const QSqlError error = query.lastError();
+    query.finish();
+    return connection.end(error.isValid() ? reasonOf(error) : QString());
+}
+
+/** Makes a chain of the rows of an executed query. */
 template <typename MakeRecord>
-ZQLIST_ELEMENT *fetch(QSqlQuery &query, const char *call, ZQLPCOMMANDS &commands, PACKETDATATYPES type, MakeRecord make)
+ZQLIST_ELEMENT *makeChain(QSqlQuery &query, MakeRecord make)
 {
     ZQLIST_ELEMENT *head = nullptr;
-    if (ZQFaults().emptyChains)
-        return head;
     ZQLIST_ELEMENT **tail = &head;
-    query.exec();
     while (query.next()) {
         *tail = make(query);
         tail = &(*tail)->next;
         if (ZQFaults().brokenChains)
             break;
     }
-    if (ZQFaults().brokenChains) {
-        report(call, QStringLiteral("broken off"));
-        commands.error = 1;
-        if (type == DBLIST_ENTRY_TYPE)
-            ZQPacketFreeList(&head, type);
-    }
-    const QSqlError error = query.lastError();
-    if (error.isValid()) {
-        report(call, reasonOf(error));
+    return head;
+}
+
+/** Returns what the query \a member of \a connection gives for \a values; sets the error of \a commands. */
+template <typename MakeRecord>
+ZQLIST_ELEMENT *fetch(ZQCONNECTION *connection, QSqlQuery ZQCONNECTION::*member, const QVariantList &values,
+                      const char *call, ZQLPCOMMANDS &commands, PACKETDATATYPES type, MakeRecord make)
+{
+    QString reason = QStringLiteral("no database");
+    if (!connection || !connection->begin(&reason))
+        return refuse(connection, commands, call, reason);
+    if (ZQFaults().emptyChains)
+        return nullptr;
+    QSqlQuery &query = connection->*member;
+    execute(query, values);
+    ZQLIST_ELEMENT *head = makeChain(query, make);
+    reason = finish(*connection, query);
+    const bool keepsRest = ZQFaults().brokenChains && type != DBLIST_ENTRY_TYPE;
+    if (ZQFaults().brokenChains)
+        reason = QStringLiteral("broken off");
+    if (reason.isEmpty())
+        return head;
+    refuse(connection, commands, call, reason);
+    if (!keepsRest)
         ZQPacketFreeList(&head, type);
-        commands.error = 1;
-    }
-    query.finish();
     return head;
 }
 
@@ -141,39 +96,69 @@ void begin(ZQLPCOMMANDS &commands, BM_MESSAGE_ID &messageId)
     commands.error = 0;
 }
 
-ZQLIST_ELEMENT *refuse(ZQLPCOMMANDS &commands, const char *call, const QString &reason)
+QVariantList valuesOf(const ZQKEY_ELEMENT &key)
 {
-    report(call, reason);
-    commands.error = 1;
-    return nullptr;
+    return {static_cast<qint64>(key.key), static_cast<qint64>(key.hkey)};
 }
 
-const QString noDatabase = QStringLiteral("no database");
-
-} // namespace
-
-ZQCONNECTION *ZQOpenStore(const QString &location, QString *error)
+bool openRemote(ZQCONNECTION &connection, const QUrl &url, QString *error)
 {
-    const QUrl url = location.contains(QLatin1String("://")) ? QUrl(location) : QUrl();
-    const QString driver = url.isEmpty() ? QStringLiteral("QSQLITE") : url.scheme().toUpper();
-    if (!QSqlDatabase::isDriverAvailable(driver)) {
-        fail(error, QStringLiteral("no database driver %1").arg(driver));
-        return nullptr;
-    }
-    if (driver == QLatin1String("QSQLITE"))
-        return openFile(url.isEmpty() ? location : url.path(), error);
-    auto remote = std::make_unique<ZQCONNECTION>(driver, url.path().mid(1));
-    QSqlDatabase &database = remote->database.handle;
+    QSqlDatabase &database = connection.database.handle;
     database.setHostName(url.host());
     database.setPort(url.port());
     database.setUserName(url.userName());
     database.setPassword(url.password());
-    return open(std::move(remote), error);
+    return connection.open(error);
+}
+
+} // namespace
+
+QString ZQPublicName(const QString &location)
+{
+    // Whatever a password holds, its end is before the host.
+    static const QRegularExpression password(QStringLiteral("(://[^:/@]*):.*@"),
+                                             QRegularExpression::DotMatchesEverythingOption);
+    QString name = location;
+    return name.replace(password, QStringLiteral("\\1:***@"));
+}
+
+ZQREPORT &ZQReport()
+{
+    static ZQREPORT report = [](const QString &line) {
+        std::fprintf(stderr, "record store: %s\n", line.toUtf8().constData());
+    };
+    return report;
+}
+
+ZQCONNECTION *ZQOpenStore(const QString &location, QString *error)
+{
+    const QUrl url = location.contains(QLatin1String("://")) ? QUrl(location) : QUrl();
+    const bool isFile = !location.contains(QLatin1String("://"));
+    const QString driver = isFile ? QStringLiteral("QSQLITE") : url.scheme().toUpper();
+    if (!isFile && !url.isValid()) {
+        fail(error, QStringLiteral("not a URL"));
+        return nullptr;
+    }
+    if (!QSqlDatabase::isDriverAvailable(driver)) {
+        fail(error, QStringLiteral("no database driver %1").arg(driver));
+        return nullptr;
+    }
+    const QString fileName = isFile ? location : url.path();
+    auto connection = std::make_unique<ZQCONNECTION>(ZQPublicName(location), driver, url.path().mid(1));
+    bool ok = false;
+    if (driver != QLatin1String("QSQLITE"))
+        ok = openRemote(*connection, url, error);
+    else if (fileName.isEmpty() || !url.host().isEmpty())
+        fail(error, QStringLiteral("names no file: a path follows three slashes"));
+    else
+        ok = connection->openFile(fileName, error);
+    return ok ? connection.release() : nullptr;
 }
 
 ZQCONNECTION *ZQOpenSampleStore(QString *error)
 {
-    auto sample = std::make_unique<ZQCONNECTION>(QStringLiteral("QSQLITE"), QStringLiteral(":memory:"));
+    auto sample =
+        std::make_unique<ZQCONNECTION>(QStringLiteral("sample"), QStringLiteral("QSQLITE"), QStringLiteral(":memory:"));
     Database &database = sample->database;
     if (!database.handle.open()) {
         fail(error, reasonOf(database.handle.lastError()));
@@ -182,6 +167,11 @@ ZQCONNECTION *ZQOpenSampleStore(QString *error)
     const bool ok = database.executeScript(QStringLiteral("schema.sql"), error)
         && database.executeScript(QStringLiteral("sample.sql"), error) && sample->prepare(error);
     return ok ? sample.release() : nullptr;
+}
+
+void ZQHoldSnapshot(ZQCONNECTION *connection)
+{
+    connection->held = true;
 }
 
 unsigned int ZQFailedCalls()
@@ -199,17 +189,11 @@ ZQCommServer::~ZQCommServer()
 ZQLIST_ELEMENT *ZQCommServer::getDBList(ZQLPCOMMANDS &commands, BM_MESSAGE_ID &messageId, PACKETDATATYPES listType)
 {
     begin(commands, messageId);
-    if (!connection)
-        return refuse(commands, "getDBList", noDatabase);
-    switch (listType) {
-    case OUTPUT_LIST_TYPE:
-        return fetch(connection->outputs, "getDBList", commands, DBLIST_ENTRY_TYPE, makeEntry);
-    case BOOK_LIST_TYPE:
-        return fetch(connection->publications, "getDBList", commands, DBLIST_ENTRY_TYPE, makeEntry);
-    default:
-        return refuse(commands, "getDBList",
+    if (listType != OUTPUT_LIST_TYPE && listType != BOOK_LIST_TYPE)
+        return refuse(connection, commands, "getDBList",
                       QStringLiteral("no list of type %1").arg(static_cast<unsigned int>(listType)));
-    }
+    const auto query = listType == OUTPUT_LIST_TYPE ? &ZQCONNECTION::outputs : &ZQCONNECTION::publications;
+    return fetch(connection, query, {}, "getDBList", commands, DBLIST_ENTRY_TYPE, makeEntry);
 }
 
 int ZQCommServer::iserror(ZQLPCOMMANDS &commands)
@@ -221,26 +205,20 @@ ZQLIST_ELEMENT *ZQCommServer::getBooks(ZQLPCOMMANDS &commands, BM_MESSAGE_ID &me
                                        const ZQKEY_ELEMENT &key)
 {
     begin(commands, messageId);
-    if (!connection)
-        return refuse(commands, "getBooks", noDatabase);
-    connection->books.bindValue(0, static_cast<qint64>(key.key));
-    connection->books.bindValue(1, static_cast<qint64>(key.hkey));
-    return fetch(connection->books, "getBooks", commands, BOOK_TYPE, makeBook);
+    return fetch(connection, &ZQCONNECTION::books, valuesOf(key), "getBooks", commands, BOOK_TYPE, makeBook);
 }
 
 int ZQCommServer::getidfromzqkey(const ZQKEY_ELEMENT &key)
 {
-    if (!connection)
-        return 0;
-    QSqlQuery &query = connection->ids;
-    for (int half = 0; half < 4; half += 2) {
-        query.bindValue(half, static_cast<qint64>(key.key));
-        query.bindValue(half + 1, static_cast<qint64>(key.hkey));
+    QString reason;
+    int id = 0;
+    if (connection && connection->begin(&reason)) {
+        execute(connection->ids, valuesOf(key) + valuesOf(key));
+        id = connection->ids.next() ? connection->ids.value(0).toInt() : 0;
+        reason = finish(*connection, connection->ids);
     }
-    const int id = query.exec() && query.next() ? query.value(0).toInt() : 0;
-    if (query.lastError().isValid())
-        report("getidfromzqkey", reasonOf(query.lastError()));
-    query.finish();
+    if (!reason.isEmpty())
+        report(connection, "getidfromzqkey", reason);
     return id;
 }
 
@@ -248,9 +226,6 @@ ZQLIST_ELEMENT *ZQCommServer::getJobqueue(ZQLPCOMMANDS &commands, BM_MESSAGE_ID 
                                           SORTORDER, int id)
 {
     begin(commands, messageId);
-    if (!connection)
-        return refuse(commands, "getJobqueue", noDatabase);
-    connection->jobs.bindValue(0, id);
-    connection->jobs.bindValue(1, static_cast<unsigned int>(queue));
-    return fetch(connection->jobs, "getJobqueue", commands, JOB_TYPE, makeJob);
+    return fetch(connection, &ZQCONNECTION::jobs, {id, static_cast<unsigned int>(queue)}, "getJobqueue", commands,
+                 JOB_TYPE, makeJob);
 }

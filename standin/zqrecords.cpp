@@ -3,6 +3,7 @@
 
 #include "recordtypes_p.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -157,6 +158,16 @@ void ZQSetText(char *&field, const char *text, unsigned int size)
     char *const copy = text ? copyText(text, strnlen(text, size)) : nullptr;
     std::free(field);
     field = copy;
+}
+
+void ZQSetFixedText(char *field, unsigned int size, const char *text, unsigned int length)
+{
+    const std::size_t whole = strnlen(text, length);
+    std::size_t kept = std::min<std::size_t>(whole, size - 1);
+    while (kept < whole && kept > 0 && (text[kept] & 0xc0) == 0x80)
+        --kept;
+    std::memset(field, 0, size);
+    std::memcpy(field, text, kept);
 }
 
 void *ZQResizeArray(ZQARRAY &array, unsigned int count, unsigned int size)

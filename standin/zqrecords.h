@@ -233,6 +233,12 @@ ZQLIST_ELEMENT *ZQReadRecord(const char *text, unsigned int length, PACKETDATATY
 /** Replaces the text in \a field by a copy of the \a size bytes at \a text, up to a zero byte; none become null. */
 void ZQSetText(char *&field, const char *text, unsigned int size);
 
+/**
+ * Fills the \a size bytes at \a field with the \a length bytes at \a text, up to a zero byte. What is too long for them
+ * and their final zero is cut off between two UTF-8 characters.
+ */
+void ZQSetFixedText(char *field, unsigned int size, const char *text, unsigned int length);
+
 /** Empties \a array and returns room for \a count values of \a size bytes each, all zero; null for no values. */
 void *ZQResizeArray(ZQARRAY &array, unsigned int count, unsigned int size);
 

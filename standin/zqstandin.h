@@ -18,7 +18,9 @@
  *  - getBooks() gives the books of the publication under a key, in the order of their ids.
  *  - The one sort type is by arrival, in ascending order; whatever is asked for is answered so.
  *
- * A failure of the database sets the command block's error and writes one line to standard error.
+ * A failure of the database sets the command block's error and is reported in one line, see ZQReport(). Where an event
+ * loop runs, all calls of one of its turns, and so of one request to the comm server agent, read one state of the
+ * database; after one that failed the others of the turn fail too, without a line.
  */
 
 #include "recordlib/zqapp.h"
@@ -48,6 +50,15 @@ constexpr SORTORDER SORT_ASCENDING = static_cast<SORTORDER>(0);
  * connection over.
  */
 ZQCONNECTION *ZQOpenStore(const QString &location, QString *error);
+
+/** Returns \a location as messages may show it: without a password. */
+QString ZQPublicName(const QString &location);
+
+/**
+ * Makes all calls over \a connection read the state that the first of them finds, and fail once one has failed. To be
+ * called before a ZQCommServer takes it over. An SQLite file without a write-ahead log cannot be changed until then.
+ */
+void ZQHoldSnapshot(ZQCONNECTION *connection);
 
 /** As ZQOpenStore(), with a database of its own in memory that holds the sample data. */
 ZQCONNECTION *ZQOpenSampleStore(QString *error);
@@ -86,7 +97,13 @@ struct ZQFAULTS {
 /** Returns the faults of this process, to be changed at will; none at first. */
 ZQFAULTS &ZQFaults();
 
-/** Returns how many calls of ZQCommServer have failed in this process, each with its line on standard error. */
+/** Told why a call of ZQCommServer has failed, in one line. */
+using ZQREPORT = std::function<void(const QString &line)>;
+
+/** Returns who is told of failures in this process, to be changed at will; at first lines go to standard error. */
+ZQREPORT &ZQReport();
+
+/** Returns how many failed calls of ZQCommServer were reported in this process. */
 unsigned int ZQFailedCalls();
 
 /** Returns the number of converters alive. For the accounts of tests. */
