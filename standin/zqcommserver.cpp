@@ -64,6 +64,8 @@ ZQLIST_ELEMENT *makeChain(QSqlQuery &query, MakeRecord make)
     return head;
 }
 
+ZQLIST_ELEMENT *brokenEntries = nullptr; // what was given together with an error
+
 /** Returns what the query \a member of \a connection gives for \a values; sets the error of \a commands. */
 template <typename MakeRecord>
 ZQLIST_ELEMENT *fetch(ZQCONNECTION *connection, QSqlQuery ZQCONNECTION::*member, const QVariantList &values,
@@ -78,14 +80,15 @@ ZQLIST_ELEMENT *fetch(ZQCONNECTION *connection, QSqlQuery ZQCONNECTION::*member,
     execute(query, values);
     ZQLIST_ELEMENT *head = makeChain(query, make);
     reason = finish(*connection, query);
-    const bool keepsRest = ZQFaults().brokenChains && type != DBLIST_ENTRY_TYPE;
     if (ZQFaults().brokenChains)
         reason = QStringLiteral("broken off");
     if (reason.isEmpty())
         return head;
     refuse(connection, commands, call, reason);
-    if (!keepsRest)
+    if (!ZQFaults().brokenChains)
         ZQPacketFreeList(&head, type);
+    else if (type == DBLIST_ENTRY_TYPE)
+        brokenEntries = head;
     return head;
 }
 
@@ -94,7 +97,10 @@ void begin(ZQLPCOMMANDS &commands, BM_MESSAGE_ID &messageId)
     static unsigned int lastMessageId = 0;
     messageId.id = ++lastMessageId;
     commands.error = 0;
+    ZQPacketFreeList(&brokenEntries, DBLIST_ENTRY_TYPE);
 }
+
+const QString noSuchOrder = QStringLiteral("records come in the order of arrival only");
 
 QVariantList valuesOf(const ZQKEY_ELEMENT &key)
 {
@@ -201,10 +207,12 @@ int ZQCommServer::iserror(ZQLPCOMMANDS &commands)
     return static_cast<int>(commands.error);
 }
 
-ZQLIST_ELEMENT *ZQCommServer::getBooks(ZQLPCOMMANDS &commands, BM_MESSAGE_ID &messageId, SORTTYPE, SORTORDER,
-                                       const ZQKEY_ELEMENT &key)
+ZQLIST_ELEMENT *ZQCommServer::getBooks(ZQLPCOMMANDS &commands, BM_MESSAGE_ID &messageId, SORTTYPE sortType,
+                                       SORTORDER sortOrder, const ZQKEY_ELEMENT &key)
 {
     begin(commands, messageId);
+    if (sortType != SORT_ARRIVAL || sortOrder != SORT_ASCENDING)
+        return refuse(connection, commands, "getBooks", noSuchOrder);
     return fetch(connection, &ZQCONNECTION::books, valuesOf(key), "getBooks", commands, BOOK_TYPE, makeBook);
 }
 
@@ -222,10 +230,12 @@ int ZQCommServer::getidfromzqkey(const ZQKEY_ELEMENT &key)
     return id;
 }
 
-ZQLIST_ELEMENT *ZQCommServer::getJobqueue(ZQLPCOMMANDS &commands, BM_MESSAGE_ID &messageId, ZQQUEUE queue, SORTTYPE,
-                                          SORTORDER, int id)
+ZQLIST_ELEMENT *ZQCommServer::getJobqueue(ZQLPCOMMANDS &commands, BM_MESSAGE_ID &messageId, ZQQUEUE queue,
+                                          SORTTYPE sortType, SORTORDER sortOrder, int id)
 {
     begin(commands, messageId);
+    if (sortType != SORT_ARRIVAL || sortOrder != SORT_ASCENDING)
+        return refuse(connection, commands, "getJobqueue", noSuchOrder);
     return fetch(connection, &ZQCONNECTION::jobs, {id, static_cast<unsigned int>(queue)}, "getJobqueue", commands,
                  JOB_TYPE, makeJob);
 }

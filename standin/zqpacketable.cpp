@@ -7,16 +7,23 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <set>
 
 namespace {
 
-unsigned int liveConverters = 0;
+std::set<ZQPacketable *> liveConverters;
 
 } // namespace
 
 unsigned int ZQLiveConverters()
 {
-    return liveConverters;
+    return static_cast<unsigned int>(liveConverters.size());
+}
+
+void ZQFreeConverters()
+{
+    while (!liveConverters.empty())
+        delete *liveConverters.begin();
 }
 
 ZQFAULTS &ZQFaults()
@@ -27,14 +34,14 @@ ZQFAULTS &ZQFaults()
 
 ZQPacketable::ZQPacketable(PACKETDATATYPES type) : payload(nullptr), dataType(type), reserved(), name(nullptr)
 {
-    ++liveConverters;
+    liveConverters.insert(this);
 }
 
 ZQPacketable::~ZQPacketable()
 {
     ZQPacketFreeItem(payload, dataType);
     std::free(name);
-    --liveConverters;
+    liveConverters.erase(this);
 }
 
 // The reserved words hold nothing here.

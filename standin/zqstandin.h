@@ -16,7 +16,7 @@
  *  - getidfromzqkey() gives the id of the output or publication under a key, 0 when there is none.
  *  - getJobqueue() gives the jobs that wait in a queue of the output with an id; of any other id there are none.
  *  - getBooks() gives the books of the publication under a key, in the order of their ids.
- *  - The one sort type is by arrival, in ascending order; whatever is asked for is answered so.
+ *  - The one order is SORT_ARRIVAL, SORT_ASCENDING; asking for any other is an error.
  *
  * A failure of the database sets the command block's error and is reported in one line, see ZQReport(). Where an event
  * loop runs, all calls of one of its turns, and so of one request to the comm server agent, read one state of the
@@ -90,7 +90,10 @@ struct ZQFAULTS {
     bool refusedText = false; ///< ZQPacketable::fromPacket() accepts nothing
     bool unknownTypes = false; ///< PacketableUtil::getPacketable() knows no type
     bool emptyChains = false; ///< every list is empty, without an error
-    /** Every list breaks off with an error: getDBList() gives nothing, the others give the first record. */
+    /**
+     * Every list breaks off after its first record, with an error. What getDBList() gives then stays with the server
+     * until the next call.
+     */
     bool brokenChains = false;
 };
 
@@ -108,5 +111,8 @@ unsigned int ZQFailedCalls();
 
 /** Returns the number of converters alive. For the accounts of tests. */
 unsigned int ZQLiveConverters();
+
+/** Deletes every converter alive, as the application does at its end with those that it keeps. For tests. */
+void ZQFreeConverters();
 
 #endif
