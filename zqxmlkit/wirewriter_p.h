@@ -1,0 +1,53 @@
+// SPDX-FileCopyrightText: 2026 The zqxml developers
+// SPDX-License-Identifier: MIT
+
+#ifndef ZQXMLKIT_WIREWRITER_P_H
+#define ZQXMLKIT_WIREWRITER_P_H
+
+#include "attributelist_p.h"
+
+#include <QByteArray>
+#include <QDomDocument>
+
+#include <vector>
+
+/** Writes one document or element in the wire form. */
+class WireWriter
+{
+public:
+    /** Returns false when \a document holds what the wire form has no words for, or is not one element and comments. */
+    bool write(const QDomDocument &document);
+
+    /** Returns false when \a element holds what the wire form has no words for. */
+    bool write(const QDomElement &element);
+
+    /** Returns what was written. */
+    QByteArray take();
+
+private:
+    struct OpenElement {
+        qsizetype name; ///< where it begins in the output
+        qsizetype length;
+    };
+
+    bool writeTree(const QDomNode &root);
+    bool enter(const QDomNode &node);
+    bool writeStartTag(const QDomNode &element);
+    bool writeNamespace(const QString &uri);
+    bool writeAttribute(const AttributeList::Attribute &attribute);
+    bool writeText(const QDomNode &text);
+    bool writeSection(const char *before, const QDomNode &section, unsigned context, const char *after);
+    void writeEndTag();
+    bool writeName(const QString &name);
+    bool writeValue(const QString &value, unsigned context, const QDomNode &node = QDomNode());
+
+    char *reserve(qsizetype size);
+    void append(const char *text, qsizetype size);
+
+    QByteArray output;
+    qsizetype used = 0;
+    std::vector<OpenElement> open;
+    AttributeList attributes;
+};
+
+#endif
