@@ -115,13 +115,13 @@ struct ZQARRAY {
 
 /** A place on a sheet, micrometres. */
 struct ZQOFFSET {
-    int x;
-    int y;
+    int x; ///< to the right
+    int y; ///< down
 };
 
 /** A colour separation of a job. */
 struct ZQSEPARATION : ZQLIST_ELEMENT {
-    char *ink;
+    char *ink; ///< name of the colour
     float angle; ///< of the screen, degrees
     double ruling; ///< of the screen, lines an inch
     unsigned char coverage; ///< percent
@@ -129,21 +129,21 @@ struct ZQSEPARATION : ZQLIST_ELEMENT {
 
 /** Something that happened to a job. */
 struct ZQEVENT : ZQLIST_ELEMENT {
-    char *text;
+    char *text; ///< for people
     long long time; ///< seconds since 1970-01-01 00:00 UTC
     unsigned int kind; ///< 1 arrived, 2 checked, 3 rasterised
 };
 
 /** A job; what the base leaves out. */
 struct ZQJOBRECORD : ZQJOB {
-    ZQKEY_ELEMENT key;
+    ZQKEY_ELEMENT key; ///< by which it is asked for
     ZQKEY_ELEMENT publicationKey; ///< under which its books are asked for
-    unsigned int id;
+    unsigned int id; ///< number in its store
     int page; ///< number within its publication; 0 for a stand-alone job
     unsigned int queue; ///< a ZQQUEUE
     unsigned int output; ///< id of the output that it waits for
     unsigned char priority; ///< 0 to 255, higher is sooner
-    unsigned short copies;
+    unsigned short copies; ///< to print
     unsigned long long bytes; ///< size of the job's file
     long long arrived; ///< seconds since 1970-01-01 00:00 UTC
     char paper[16]; ///< name of the paper size
@@ -167,7 +167,7 @@ struct ZQJOBRECORD : ZQJOB {
 
 /** A page of a section or a cover. */
 struct ZQPAGE : ZQLIST_ELEMENT {
-    int number;
+    int number; ///< in the book
     char label[12]; ///< as printed
     char side; ///< of the sheet: 'F' front, 'B' back
     bool turned; ///< stands head down on the sheet
@@ -175,7 +175,7 @@ struct ZQPAGE : ZQLIST_ELEMENT {
 
 /** A folded sheet of a book. */
 struct ZQSECTION : ZQLIST_ELEMENT {
-    char *name;
+    char *name; ///< for people
     unsigned char number; ///< from 1, modulo 256
     signed char folds; ///< how often the sheet is folded; negative for a loose sheet
     ZQARRAY order; ///< int: page numbers in the order of the plate, negative where head down
@@ -184,7 +184,7 @@ struct ZQSECTION : ZQLIST_ELEMENT {
 
 /** The cover of a book. */
 struct ZQCOVER : ZQLIST_ELEMENT {
-    char *material;
+    char *material; ///< for people
     double spine; ///< width, millimetres
     ZQARRAY inks; ///< unsigned char: inks outside and inside
     ZQARRAY weights; ///< unsigned short: grams a square metre of each layer
@@ -196,12 +196,12 @@ struct ZQCOVER : ZQLIST_ELEMENT {
 
 /** A book; what the base leaves out. */
 struct ZQBOOKRECORD : ZQBOOK {
-    ZQKEY_ELEMENT key;
-    unsigned int id;
+    ZQKEY_ELEMENT key; ///< by which it is asked for
+    unsigned int id; ///< number in its store
     unsigned int publication; ///< id of the publication that it is made of
-    unsigned short pages;
+    unsigned short pages; ///< number of them
     unsigned char signature; ///< pages of a full section
-    unsigned long long copies;
+    unsigned long long copies; ///< to print
     long long balance; ///< what the order still brings, in cents; negative when it costs
     ZQARRAY keywords; ///< char *
     ZQLIST_ELEMENT *cover; ///< one ZQCOVER

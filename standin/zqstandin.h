@@ -65,8 +65,8 @@ ZQCONNECTION *ZQOpenSampleStore(QString *error);
 
 /** How much a generated database holds. */
 struct ZQSTORESIZE {
-    unsigned int outputs = 0;
-    unsigned int publications = 0;
+    unsigned int outputs = 0; ///< number of them
+    unsigned int publications = 0; ///< number of them
     unsigned int jobs = 0; ///< need an output; without publications all of them stand alone
     unsigned int books = 0; ///< need a publication
     unsigned long long seed = 1; ///< equal seeds and sizes give equal content, everywhere
