@@ -283,7 +283,65 @@ void writeFields()
     writeFields("none", "1f", {{10, 0}, {26, 0}, {32, 0}, {33, 0}});
 }
 
-const char *const PACKET_PAGE = R"(# Wire vocabulary {#vocabulary}
+/** How the stand-in writes the value of a field; the place is the element type, from 1 on. */
+const char *const VALUES[] = {"text",
+                              "text",
+                              "one character",
+                              "decimal",
+                              "base 16",
+                              "base 16",
+                              "base 16",
+                              "decimal",
+                              "decimal",
+                              "base 16; not in the XML",
+                              "decimal, with a point",
+                              "decimal: seconds since 1970",
+                              "base 16",
+                              "two numbers in base 16",
+                              "decimal numbers",
+                              "numbers in base 16",
+                              "numbers in base 16",
+                              "numbers in base 16",
+                              "numbers in base 16",
+                              "base 16: one of a few states",
+                              "base 16: the number of a record",
+                              "texts",
+                              "bytes; in the XML a placeholder",
+                              "decimal, with a point",
+                              "`1` or `0`",
+                              "not in the XML",
+                              "decimal numbers",
+                              "decimal",
+                              "base 16",
+                              "decimal numbers, with a point",
+                              "numbers in base 16",
+                              "records, as a `list`",
+                              "a record, as an `item`"};
+
+/** Writes the fields of the sample's records, from the conversion tables. */
+void writeTags()
+{
+    const std::pair<unsigned int, const char *> records[] = {{DBLIST_ENTRY_TYPE, "an output"},
+                                                             {JOB_TYPE, "a job"},
+                                                             {SEPARATION_TYPE, "a separation of a job"},
+                                                             {EVENT_TYPE, "an event of a job"},
+                                                             {BOOK_TYPE, "a book"},
+                                                             {SECTION_TYPE, "a section of a book"},
+                                                             {COVER_TYPE, "the cover of a book"},
+                                                             {PAGE_TYPE, "a page of a section or a cover"}};
+    for (const auto &[type, name] : records) {
+        write(QStringLiteral("\n### Data type %1: %2\n\n| Tag | Field | Value |\n|---|---|---|\n")
+                  .arg(QString::number(type, 16), QLatin1String(name)));
+        for (const auto *row = ZQGetSystemStorageClassConv(type); row->elementType != 0; ++row) {
+            const bool nested = row->elementType == CONV_LIST || row->elementType == CONV_ITEM;
+            write(QStringLiteral("| %1 | %2 | %3 |\n")
+                      .arg(nested ? QString() : QStringLiteral("`%1`").arg(row->dataTag, 0, 16),
+                           QLatin1String(row->fieldName), QLatin1String(VALUES[row->elementType - 1])));
+        }
+    }
+}
+
+const char *const PACKET_PAGE = R"(# Wire vocabulary
 
 What the packets look like. Every piece of XML on this page was printed by a program that is built and run with the
 tests, `docs/vocabulary.cpp`. It sorts attributes by name; on the wire their order means nothing.
@@ -348,8 +406,16 @@ they are, whatever their base.
 |---|---|---|---|---|
 )";
 
+const char *const SAMPLE_PAGE = R"(
+## The fields of the sample
+
+An application's own records have their own fields; these are those of the stand-in. The tag is in base 16, as it is the
+element's name, and so is the data type. What a field means and its unit stand in `standin/zqrecords.h`, by the same names. XMLRecord, in the kit,
+reads fields by name and in the right base.
+)";
+
 const char *const END_PAGE = R"(
-What a record is like after the whole road is on the page \ref surprises.
+What a record is like after the whole road is on the page [What surprises](surprises.md).
 )";
 
 } // namespace
@@ -372,6 +438,8 @@ int main(int argc, char *argv[])
     writeRequests(server);
     std::fputs(RECORD_PAGE, stdout);
     writeFields();
+    std::fputs(SAMPLE_PAGE, stdout);
+    writeTags();
     std::fputs(END_PAGE, stdout);
     return 0;
 }

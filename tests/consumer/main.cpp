@@ -34,8 +34,8 @@ public:
 int main(int argc, char *argv[])
 {
     QCoreApplication application(argc, argv);
+    Reader sender, receiver; // agents outlive the router, or are removed from it first
     XMLRouter router(nullptr); // no command server
-    Reader sender, receiver;
     router.add(&sender); // becomes agent 1
     router.add(&receiver); // becomes agent 2
 
