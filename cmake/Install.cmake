@@ -117,13 +117,21 @@ foreach(library IN LISTS libraries)
     get_target_property(description ${library} ZQXML_DESCRIPTION)
     get_target_property(uses ${library} ZQXML_USES)
     get_target_property(modules ${library} ZQXML_QT)
+    set(packages "")
+    set(pc_packages "")
+    if(NOT BUILD_SHARED_LIBS)
+        get_target_property(packages ${library} ZQXML_PACKAGES)
+        get_target_property(pc_packages ${library} ZQXML_PC_PACKAGES)
+    endif()
     if(component STREQUAL "zqxml")
         list(APPEND ZQXML_CONFIG_QT ${modules})
     else()
         list(APPEND ZQXML_CONFIG_COMPONENTS ${component})
         list(TRANSFORM uses REPLACE "^zqxml" "" OUTPUT_VARIABLE components)
         string(APPEND ZQXML_CONFIG_NEEDS
-            "set(zqxml_${component}_uses ${components})\nset(zqxml_${component}_qt ${modules})\n")
+            "set(zqxml_${component}_uses ${components})\n"
+            "set(zqxml_${component}_qt ${modules})\n"
+            "set(zqxml_${component}_packages ${packages})\n")
     endif()
 
     list(TRANSFORM uses APPEND "${ZQXML_NAME_SUFFIX}")
@@ -133,7 +141,7 @@ foreach(library IN LISTS libraries)
         string(TOUPPER "-D${library}_STATIC_DEFINE" cflags)
     endif()
     zqxml_install_pc(${library} development DESCRIPTION "${description}"
-        REQUIRES ${uses} ${modules} ${static_requires}
+        REQUIRES ${uses} ${modules} ${pc_packages} ${static_requires}
         LIBS -l${library}${ZQXML_NAME_SUFFIX} ${static_libs}
         CFLAGS ${cflags})
 endforeach()

@@ -10,12 +10,13 @@ function(zqxml_build_as_ours target)
     target_compile_definitions(${target} PRIVATE $<TARGET_PROPERTY:zqxml_build,INTERFACE_COMPILE_DEFINITIONS>)
 endfunction()
 
-# zqxml_add_library(name EXPORT_NAME name DESCRIPTION text [USES library...] [QT module...] SOURCES source...) adds the
-# library in the present folder as every library of this project is built and, by Install.cmake, packaged: the alias
-# zqxml::<EXPORT_NAME>, a header <name>_export.h, and none but the public names exported. Its users get what it uses: other
-# libraries of ours, and modules of Qt.
+# zqxml_add_library(name EXPORT_NAME name DESCRIPTION text [USES library...] [QT module...] [PACKAGES package...]
+# [PC_PACKAGES package...] SOURCES source...) adds the library in the present folder as every library of this project is
+# built and, by Install.cmake, packaged: the alias zqxml::<EXPORT_NAME>, a header <name>_export.h, and none but the public
+# names exported. Its users get what it uses: other libraries of ours, and modules of Qt. Users of a static one look for the
+# packages that its code links, which are named as CMake and as pkg-config know them.
 function(zqxml_add_library name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "" "EXPORT_NAME;DESCRIPTION" "USES;QT;SOURCES")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "EXPORT_NAME;DESCRIPTION" "USES;QT;PACKAGES;PC_PACKAGES;SOURCES")
     add_library(${name} ${arg_SOURCES})
     add_library(zqxml::${arg_EXPORT_NAME} ALIAS ${name})
     set_target_properties(${name} PROPERTIES
@@ -46,5 +47,6 @@ function(zqxml_add_library name)
 
     set_property(GLOBAL APPEND PROPERTY ZQXML_LIBRARIES ${name})
     set_target_properties(${name} PROPERTIES
-        ZQXML_DESCRIPTION "${arg_DESCRIPTION}" ZQXML_USES "${arg_USES}" ZQXML_QT "${arg_QT}")
+        ZQXML_DESCRIPTION "${arg_DESCRIPTION}" ZQXML_USES "${arg_USES}" ZQXML_QT "${arg_QT}"
+        ZQXML_PACKAGES "${arg_PACKAGES}" ZQXML_PC_PACKAGES "${arg_PC_PACKAGES}")
 endfunction()
