@@ -26,7 +26,6 @@ int main(int argc, char **argv)
     mallopt(M_MMAP_MAX, 0);
     mallopt(M_TOP_PAD, 64 << 20);
 
-    qputenv("QT_HASH_SEED", "0"); // the order of attributes hangs on it
     const QCoreApplication application(argc, argv);
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv))

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 #include "benchmarks.h"
+#include "samples.h"
 
-#include <tests/testtools.h>
 #include <zqxml/xmlobject.h>
 
 #include <array>

@@ -5,6 +5,8 @@
 #include "pieces.h"
 #include "samples.h"
 
+#include <zqxml/xmlaction.h>
+
 #include <map>
 #include <tuple>
 
@@ -42,27 +44,51 @@ const Pair &pairOf(int kilobytes, Difference difference)
 template <typename Call>
 void addForm(const std::string &form, int kilobytes, Difference difference, Call call)
 {
-    add(form + '/' + std::to_string(kilobytes), [=](benchmark::State &) {
+    const bool walks = difference == Difference::Nowhere;
+    const auto prepare = [=](benchmark::State &) {
         const Pair &pair = pairOf(kilobytes, difference);
         return [&pair, call] { return call(pair); };
-    });
+    };
+    add(form + '/' + std::to_string(kilobytes), prepare, walks && kilobytes > 1 ? Load::Large : Load::Small);
 }
 
-void addForms(const std::string &path, int kilobytes, Difference difference)
+constexpr int OBJECTS = 10;
+
+std::unique_ptr<XMLPacket> makePacketOfActions()
 {
-    addForm(path + "/ours", kilobytes, difference, [](const Pair &pair) { return pair.a == pair.b; });
-    addForm(path + "/floor", kilobytes, difference, [](const Pair &pair) { return pair.areSame(); });
-    addForm(path + "/plain", kilobytes, difference, [](const Pair &pair) { return haveEqualTexts(pair.a, pair.b); });
+    auto packet = std::make_unique<XMLPacket>();
+    packet->setSourceAgentID(1);
+    packet->setDestinationAgentID(2);
+    for (int i = 0; i < OBJECTS; ++i) {
+        XMLAction action(QStringLiteral("Front cover, outside"), 1000 + i, 1);
+        action.setEnabled(i % 2 == 0);
+        packet->appendV(action);
+    }
+    return packet;
+}
+
+/** A document with the tree of makePacketOfActions(). */
+QDomDocument makeBareDocument()
+{
+    const std::unique_ptr<XMLPacket> packet = makePacketOfActions();
+    QDomDocument document;
+    document.appendChild(document.importNode(packet->getBody().ownerDocument().documentElement(), true));
+    return document;
 }
 
 } // namespace
 
 void addPackets()
 {
-    for (const int kilobytes : {1, 64})
-        addForms("equal", kilobytes, Difference::Nowhere);
-    for (const int kilobytes : {1, 64, 1024}) {
-        addForms("differentHeader", kilobytes, Difference::Header);
-        addForms("differentLast", kilobytes, Difference::Last);
+    addEnd("destroy/ours/10", [] { return makePacketOfActions(); });
+    addEnd("destroy/floor/10", [] { return makeBareDocument(); });
+    const auto compare = [](const Pair &pair) { return pair.a == pair.b; };
+    for (const int kilobytes : {1, 64}) {
+        addForm("equal/ours", kilobytes, Difference::Nowhere, compare);
+        addForm("equal/floor", kilobytes, Difference::Nowhere, [](const Pair &pair) { return pair.areSame(); });
+        addForm("equal/plain", kilobytes, Difference::Nowhere,
+                [](const Pair &pair) { return haveEqualTexts(pair.a, pair.b); });
+        addForm("differentHeader/ours", kilobytes, Difference::Header, compare);
+        addForm("differentLast/ours", kilobytes, Difference::Last, compare);
     }
 }

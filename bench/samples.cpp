@@ -4,10 +4,11 @@
 #include "samples.h"
 
 #include <standin/zqrecords.h>
-#include <tests/testtools.h>
 #include <zqxml/xmlpacketable.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <cstring>
 #include <vector>
 
 namespace {
@@ -112,6 +113,36 @@ QByteArray sampleText(int items)
     for (int i = 0; i < items; ++i)
         text += itemText(FIELDS_OF_ITEM, i * FIELDS_OF_ITEM);
     return text + "TL 0\nTI 0\n";
+}
+
+QString dump(const QDomNode &n)
+{
+    if (n.isText())
+        return QLatin1Char('"') + n.nodeValue() + QLatin1Char('"');
+    QStringList attributes;
+    for (int i = 0; i < n.attributes().length(); ++i) {
+        const QDomNode attribute = n.attributes().item(i);
+        attributes << attribute.nodeName() + QLatin1Char('=') + attribute.nodeValue();
+    }
+    attributes.sort();
+    QStringList children;
+    for (QDomNode child = n.firstChild(); !child.isNull(); child = child.nextSibling())
+        children << dump(child);
+    const QString between = QStringLiteral(" ");
+    QString text = n.nodeName();
+    if (!attributes.isEmpty())
+        text += QLatin1Char('[') + attributes.join(between) + QLatin1Char(']');
+    if (!children.isEmpty())
+        text += QLatin1Char('(') + children.join(between) + QLatin1Char(')');
+    return text;
+}
+
+char *TextRecord::toPacket(unsigned int &length)
+{
+    length = static_cast<unsigned int>(text.size());
+    char *const buffer = static_cast<char *>(std::malloc(length));
+    std::memcpy(buffer, text.constData(), length);
+    return buffer;
 }
 
 SamplePacket::SamplePacket(int bytes, Difference difference, int number)

@@ -12,6 +12,24 @@
 
 #include <memory>
 
+/**
+ * Returns \a n and what is below it on one line, with attributes in the order of their names and text in quotes:
+ * item[datatype=1f](1[value=abc] 3[size=1](value("10")))
+ */
+QString dump(const QDomNode &n);
+
+/** A record that gives a text of its maker's. */
+class TextRecord : public ZQPacketable
+{
+public:
+    TextRecord(const QByteArray &packetText, PACKETDATATYPES type) : ZQPacketable(type), text(packetText) { }
+
+    char *toPacket(unsigned int &length) override;
+
+private:
+    QByteArray text;
+};
+
 /** Fields of an item: 27 simple, 4 keys, 4 arrays of 4 numbers, 4 arrays of 2 strings, 1 of binary data. */
 constexpr int FIELDS_OF_ITEM = 40;
 

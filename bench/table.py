@@ -2,209 +2,289 @@
 # SPDX-FileCopyrightText: 2026 The zqxml developers
 # SPDX-License-Identifier: MIT
 
-"""Prints the table of ratios with goals and verdicts.
+"""Prints the tables of ratios with goals and verdicts.
 
-usage: table.py [--instr] QT6 QT5
+usage: table.py FOLDER...
 
-QT6 and QT5 are folders of one Qt version each. They hold the benchmarks' JSON files, of which the medians of CPU time
-are compared; with --instr, the files that callgrind dumped, one a benchmark.
+Each folder is a column. Its results/ holds what callgrind dumped, one file a benchmark, or what the benchmark program
+wrote as JSON, or both; its title is its name. Verdicts come from instructions and allocations where those can say it.
+Where only times can, a row whose spread is larger than its distance from the goal is unsure.
 """
 
 import glob
 import json
 import math
+import os
 import re
+import statistics
 import sys
 
-VERSIONS = (6, 5)
 FIELDS = 40  # of an item
-CALLGRIND_ITERATIONS = 10
+LABEL = 52
 
 
-def read_times(folder):
-    """Returns {benchmark: {"time": nanoseconds, counter: number}}."""
-    results = {}
-    for path in glob.glob(folder + "/*.json"):
-        with open(path, encoding="utf-8") as file:
-            runs = json.load(file)["benchmarks"]
-        for run in runs:
-            if run.get("aggregate_name") == "median":
-                unit = {"ns": 1, "us": 1e3}[run["time_unit"]]
-                name = run["run_name"].replace("/process_time", "")
-                results[name] = dict(run, time=run["cpu_time"] * unit)
-    return results
+class Column:
+    """What one build did with one hash seed: numbers by the names of benchmarks."""
+
+    def __init__(self, folder):
+        self.title = os.path.basename(folder)
+        self.instructions = read_instructions(folder)
+        self.times, self.counters = read_times(folder)
 
 
 def read_instructions(folder):
-    """Returns {benchmark: {"time": instructions}}."""
+    """Returns {benchmark: [instructions of an iteration]}."""
     results = {}
     for path in glob.glob(folder + "/callgrind.out.*"):
         with open(path, encoding="utf-8") as file:
             text = file.read()
-        name = re.search(r"^desc: Trigger: Client Request: (.*)$", text, re.M)
+        name = re.search(r"^desc: Trigger: Client Request: (.*) (\d+)$", text, re.M)
         if name:
-            count = int(re.search(r"^summary: (\d+)", text, re.M).group(1))
-            results[name.group(1)] = {"time": count / CALLGRIND_ITERATIONS}
+            total = int(re.search(r"^(?:summary|totals): (\d+)", text, re.M).group(1))
+            results[name.group(1)] = [total / int(name.group(2))]
     return results
 
 
-def ratio(over, under, counter="time"):
-    return lambda results: results[over][counter] / results[under][counter]
+def read_times(folder):
+    """Returns {benchmark: [nanoseconds of each repetition]} and {benchmark: {counter: number}}."""
+    times, counters = {}, {}
+    for path in glob.glob(folder + "/*.json"):
+        with open(path, encoding="utf-8") as file:
+            runs = json.load(file)["benchmarks"]
+        for run in runs:
+            if run["run_type"] == "iteration":
+                unit = {"ns": 1, "us": 1e3, "ms": 1e6}[run["time_unit"]]
+                name = run["run_name"].replace("/process_time", "")
+                times.setdefault(name, []).append(run["cpu_time"] * unit)
+                counters[name] = run
+    return times, counters
+
+
+def ratio(over, under):
+    """Compares two benchmarks; where a name has alternatives, those that were run."""
+    def values(numbers):
+        return [a / b for a, b in zip(numbers[over], numbers[under])]
+    return values
+
+
+def growth(path, sizes):
+    """The x of a cost that grows as N to the x between two sizes."""
+    def values(numbers):
+        return [math.log(large / small) / math.log(sizes[1] / sizes[0])
+                for small, large in zip(numbers[f"{path}/{sizes[0]}"], numbers[f"{path}/{sizes[1]}"])]
+    return values
 
 
 def extra_allocations(path, items):
     """Allocations a field beyond the floor's, which is charged with the names that it was given."""
-    def value(results):
-        floor = results[f"{path}/floor/{items}"]
-        extra = results[f"{path}/ours/{items}"]["allocations"] - floor["allocations"] - floor["names_allocations"]
-        return extra / (items * FIELDS)
-    return value
+    def values(counters):
+        floor = counters[f"{path}/floor/{items}"]
+        extra = counters[f"{path}/ours/{items}"]["allocations"] - floor["allocations"] - floor["names_allocations"]
+        return [extra / (items * FIELDS)]
+    return values
 
 
 def live_bytes(path, items):
-    def value(results):
-        floor = results[f"{path}/floor/{items}"]
-        return results[f"{path}/ours/{items}"]["live_bytes"] / (floor["live_bytes"] + floor["names_live_bytes"])
-    return value
-
-
-def growth(path):
-    """The x of a cost that grows as N to the x, from 16 to 4096 items."""
-    def value(results):
-        times = ratio(f"{path}/ours/4096", f"{path}/ours/16")(results)
-        return math.log(times) / math.log(4096 / 16)
-    return value
-
-
-def microseconds(name):
-    return lambda results: results[name]["time"] / 1e3
+    def values(counters):
+        floor = counters[f"{path}/floor/{items}"]
+        return [counters[f"{path}/ours/{items}"]["live_bytes"] / (floor["live_bytes"] + floor["names_live_bytes"])]
+    return values
 
 
 def at_most(limit):
-    return "<=", (limit, limit)
+    return lambda value: limit - value, f"<= {limit:.4g}"
 
 
-def at_least(limit, limit_of_qt5=None):
-    return ">=", (limit, limit_of_qt5 or limit)
+def at_least(limit):
+    return lambda value: value - limit, f">= {limit:.4g}"
 
 
-def rows_of_sending(counts):
-    for count in counts:
-        queue = f", queue of {count}"
-        for path, where in (("sendHead", "head"), ("sendTail", "tail")):
-            ours = f"{path}/ours/{count}"
-            yield f"send, differ at {where}{queue}: of no test", at_most(3.5), ratio(ours, f"{path}/untested/{count}")
-            yield "  of QtDBus", at_most(1 / 25), ratio(ours, f"send/qtdbus/{count}")
-            yield f"  times as fast as text", at_least(40), ratio(f"{path}/plain/{count}", ours)
-        yield (f"send, differ in the middle{queue}: of text", at_most(0.35),
-               ratio(f"sendMiddle/ours/{count}", f"sendMiddle/plain/{count}"))
-
-
-def rows_of_times():
+def rows_of_records():
     for n in (1, 16):
-        ours, floor, plain = (f"setData/{form}/{n}" for form in ("ours", "floor", "plain"))
-        yield f"record to XML, N = {n}: of the floor", at_most(1.20), ratio(ours, floor)
-        yield "  times as fast as plain", at_least(1.35, 1.8), ratio(plain, ours)
-        yield "  allocations a field beyond the floor", at_most(0.3), extra_allocations("setData", n)
-        yield "  live bytes, of the floor", at_most(1.01), live_bytes("setData", n)
-    yield "  grows as N to the", at_most(1.1), growth("setData")
+        yield f"record to XML, N = {n}: of the floor", at_most(1.15), ratio(f"setData/ours/{n}", f"setData/floor/{n}")
+    yield "  grows as N to the", at_most(1.1), growth("setData/ours", (16, 64))
     for n in (1, 16):
         ours, floor, plain = (f"toPacket/{form}/{n}" for form in ("ours", "floor", "plain"))
         yield f"XML to text, N = {n}: of the floor", at_most(1.35), ratio(ours, floor)
         yield "  times as fast as plain", at_least(2.2), ratio(plain, ours)
-    yield "  grows as N to the", at_most(1.1), growth("toPacket")
+    yield "  grows as N to the", at_most(1.1), growth("toPacket/ours", (16, 64))
+
+
+def rows_of_packets():
     for size in (1, 64):
-        yield f"equal packets, {size} KB: of text", at_most(0.40), ratio(f"equal/ours/{size}", f"equal/plain/{size}")
+        yield f"equal packets, {size} KB: of text", at_most(0.4), ratio(f"equal/ours/{size}", f"equal/plain/{size}")
+        yield "  of the bare walk", at_most(1.5), ratio(f"equal/ours/{size}", f"equal/floor/{size}")
     for path, where in (("differentHeader", "header"), ("differentLast", "last value")):
-        for size in (1, 64, 1024):
-            yield f"packets differ in {where}, {size} KB: us", at_most(1.0), microseconds(f"{path}/ours/{size}")
-    yield from rows_of_sending((10, 1000))
-    yield from rows_of_objects()
-    yield "whole road: conversion, of the floor", at_most(1.20), ratio("road/conversion/ours/1000",
-                                                                       "road/conversion/floor/1000")
-    yield "  rebuilding, of the floor", at_most(1.35), ratio("road/rebuilding/ours/1000", "road/rebuilding/floor/1000")
-    yield "  routing, of no test", at_most(3.5), ratio("road/routing/ours/1000", "road/routing/untested/1000")
+        yield (f"packets differ in {where}, 1 KB: of the walk of equal ones", at_most(0.1),
+               ratio(f"{path}/ours/1", "equal/floor/1"))
+        yield "  64 KB: of 1 KB", at_most(1.1), ratio(f"{path}/ours/64", f"{path}/ours/1")
+    yield "destroying 10 actions: of the bare document", at_most(1.1), ratio("destroy/ours/10", "destroy/floor/10")
+
+
+def rows_of_sending():
+    for count, limit in ((10, 2.0), (1000, 3.5)):
+        for path, where in (("sendHead", "head"), ("sendTail", "tail")):
+            ours = f"{path}/ours/{count}"
+            yield (f"send, differ at {where}, queue of {count}: of no test", at_most(limit),
+                   ratio(ours, f"{path}/untested/{count}"))
+            if count == 10:
+                yield "  times as fast as text", at_least(40), ratio(f"{path}/plain/{count}", ours)
+    yield "send, differ in the middle: of text", at_most(0.35), ratio("sendMiddle/ours/10", "sendMiddle/plain/10")
 
 
 def rows_of_objects():
     yield "20 properties: of the floor", at_most(1.25), ratio("properties/ours/20", "properties/floor/20")
-    yield "  times as fast as plain", at_least(1.6), ratio("properties/plain/20", "properties/ours/20")
     yield "constructing an object: of the floor", at_most(1.15), ratio("object/ours/1", "object/floor/1")
 
 
-def rows_of_instructions():
+def rows_of_road(jobs):
+    for part, other, limit in (("conversion", "floor", 1.2), ("rebuilding", "floor", 1.35),
+                               ("routing", "untested", 3.5)):
+        yield (f"{jobs} jobs, {part}: of {'no test' if other == 'untested' else 'the floor'}", at_most(limit),
+               ratio(f"road/{part}/ours/{jobs}", f"road/{part}/{other}/{jobs}"))
+
+
+def rows_of_wire(largest):
+    sizes = ((300, "300 B"), (6144, "6 KB"), (largest, f"{largest // 1024} KB"))
+    for size, name in sizes:
+        yield f"packet to wire, {name}: of printing it", at_most(0.5), ratio(f"toWire/ours/{size}", f"toWire/plain/{size}")
+    for size, name in sizes:
+        ours = f"fromWire/ours/{size}"
+        yield f"wire to packet, {name}: of setContent()", at_most(1.15), ratio(ours, f"fromWire/plain/{size}")
+        yield "  of the floor", at_most(1.6), ratio(ours, f"fromWire/floor/{size}")
+    for shape in ("nodes", "levels", "attributes"):
+        yield f"packet to wire grows with {shape} to the", at_most(1.1), growth(f"toWire/{shape}", (400, 1600))
+        yield f"wire to packet grows with {shape} to the", at_most(1.1), growth(f"fromWire/{shape}", (400, 1600))
+
+
+def rows_of_asking():
+    yield "request and reply: of a bare send and answer", at_most(2.0), ratio("ask/ours/1", "ask/plain/1")
+    yield "fields of a record by name: of reading by tag", at_most(1.5), ratio("fields/ours/40", "fields/plain/40")
+
+
+def counted_rows():
+    for rows in (rows_of_records(), rows_of_packets(), rows_of_sending(), rows_of_objects(), rows_of_road(100),
+                 rows_of_wire(64 * 1024), rows_of_asking()):
+        yield from rows
+
+
+def memory_rows():
     for n in (1, 16):
-        yield f"record to XML, N = {n}: of the floor", at_most(1.15), ratio(f"setData/ours/{n}", f"setData/floor/{n}")
-        yield "  times as fast as plain", at_least(1.35, 1.8), ratio(f"setData/plain/{n}", f"setData/ours/{n}")
-    for n in (1, 16):
-        yield f"XML to text, N = {n}: of the floor", at_most(1.35), ratio(f"toPacket/ours/{n}", f"toPacket/floor/{n}")
-        yield "  times as fast as plain", at_least(2.2), ratio(f"toPacket/plain/{n}", f"toPacket/ours/{n}")
-    for size in (1, 64):
-        yield f"equal packets, {size} KB: of text", at_most(0.40), ratio(f"equal/ours/{size}", f"equal/plain/{size}")
-    yield from (row for row in rows_of_sending((10,)) if "QtDBus" not in row[0])
-    yield from rows_of_objects()
+        yield f"record to XML, N = {n}: allocations a field", at_most(0.3), extra_allocations("setData", n)
+        yield "  live bytes, of the floor", at_most(1.01), live_bytes("setData", n)
 
 
-def print_table(rows, results):
-    print(f"{'path':48}{'goal':>12}" + "".join(f"{f'Qt {v}':>9} {'':6}" for v in VERSIONS))
-    missed = 0
-    for label, (sign, limits), value in rows:
-        goal = " / ".join(f"{limit:.4g}" for limit in dict.fromkeys(limits))
-        line = f"{label:48}{sign + ' ' + goal:>12}"
-        for result, limit in zip(results, limits):
-            number = value(result)
-            holds = number <= limit if sign == "<=" else number >= limit
-            missed += not holds
-            line += f"{number:9.3f} {'holds' if holds else 'MISSES':6}"
-        print(line)
-    print(f"{missed} missed" if missed else "all goals hold")
+def timed_rows():
+    """What instructions cannot say: who waits for the system, and for memory."""
+    for count in (10, 1000):
+        for path, where in (("sendHead", "head"), ("sendTail", "tail")):
+            yield (f"send, differ at {where}, queue of {count}: of QtDBus", at_most(0.04),
+                   ratio(f"{path}/ours/{count}", f"send/qtdbus/{count}"))
+    for part in ("setData", "toPacket"):
+        yield f"{part}, 4096 items: of the floor", at_most(1.35), ratio(f"{part}/ours/4096", f"{part}/floor/4096")
 
 
-def print_forms(results, paths, unit):
+def context_rows():
+    """The counted rows in times."""
+    for rows in (rows_of_records(), rows_of_packets(), rows_of_sending(), rows_of_objects(), rows_of_road(1000),
+                 rows_of_wire(1024 * 1024), rows_of_asking()):
+        for label, _, values in rows:
+            yield label, None, values
+
+
+def half_spread(values):
+    """Half the distance between the quartiles."""
+    if len(values) < 3:
+        return 0
+    low, _, high = statistics.quantiles(values, n=4)
+    return (high - low) / 2
+
+
+def verdict_of(goal, value, spread):
+    if not goal:
+        return ""
+    distance = goal[0](value)
+    if abs(distance) < spread:
+        return "unsure"
+    return "holds" if distance >= 0 else "MISSES"
+
+
+class Table:
+    """Prints rows of one kind of numbers, and counts what they come to."""
+
+    def __init__(self, columns, kind):
+        self.columns = [column for column in columns if getattr(column, kind)]
+        self.kind = kind
+        self.total = {}
+
+    def print(self, title, rows):
+        if not self.columns:
+            return
+        print(f"{title:{LABEL}}{'goal':>8}" + "".join(f"{column.title:>19}" for column in self.columns))
+        for label, goal, values in rows:
+            cells = [self.cell(values, goal, column) for column in self.columns]
+            if any(cells):
+                print(f"{label:{LABEL}}{goal[1] if goal else '':>8}" + "".join(f"{cell:>19}" for cell in cells))
+        print(", ".join(f"{count} {verdict}" for verdict, count in sorted(self.total.items()) if verdict))
+        print()
+
+    def cell(self, values, goal, column):
+        try:
+            numbers = values(getattr(column, self.kind))
+        except KeyError:
+            return ""
+        value, spread = statistics.median(numbers), half_spread(numbers)
+        verdict = verdict_of(goal, value, spread)
+        self.total[verdict] = self.total.get(verdict, 0) + 1
+        return f"{value:.3f}" + (f" ±{spread:.2f}" if len(numbers) > 1 else "") + f" {verdict:6}"
+
+
+def print_forms(columns, kind, unit):
     """Prints what each form costs, divided by what the path's last part counts."""
-    for title, path, forms, size, divisor in paths:
+    columns = [column for column in columns if getattr(column, kind)]
+    for title, path, forms, size, divisor in (
+            ("record to XML, a field", "setData", ("ours", "floor", "plain", "pugixml", "libxml2"), 16, 16 * FIELDS),
+            ("XML to text, a field", "toPacket", ("ours", "floor", "plain"), 16, 16 * FIELDS),
+            ("equal packets of 1 KB", "equal", ("ours", "floor", "plain"), 1, 1),
+            ("packets that differ at the tail", "differentLast", ("ours",), 1, 1),
+            ("destroying 10 actions", "destroy", ("ours", "floor"), 10, 1),
+            ("send a packet, queue of 10", "sendTail", ("ours", "untested", "plain"), 10, 10),
+            ("send a packet, queue of 1000", "sendTail", ("ours", "untested"), 1000, 1000),
+            ("send a packet, queue of 10", "send", ("qtdbus", "zeromq", "invokemethod"), 10, 10),
+            ("20 properties", "properties", ("ours", "floor", "plain"), 20, 1),
+            ("an object", "object", ("ours", "floor"), 1, 1),
+            ("6 KB to wire", "toWire", ("ours", "plain", "pugixml", "libxml2"), 6144, 1),
+            ("6 KB from wire", "fromWire", ("ours", "floor", "plain", "pugixml", "libxml2", "expat"), 6144, 1),
+            ("a request and its reply", "ask", ("ours", "plain"), 1, 1),
+            ("40 fields of a record", "fields", ("ours", "plain"), 40, 1)):
         for form in forms:
             name = f"{path}/{form}/{size}"
-            if name not in results[0]:
-                continue
-            line = f"{title + ', ' + form:48}{'':12}"
-            for result in results:
-                line += f"{result[name]['time'] / divisor:9.0f} {unit:6}"
-            print(line)
+            found = [getattr(column, kind).get(name) for column in columns]
+            if any(found):
+                cells = [f"{statistics.median(values) / divisor:.0f} {unit}" if values else "" for values in found]
+                print(f"{title + ', ' + form:{LABEL + 8}}" + "".join(f"{cell:>19}" for cell in cells))
+    print()
 
 
-def print_road(results):
-    parts = ("query", "conversion", "routing", "rebuilding")
-    whole = [result["road/whole/ours/1000"]["time"] for result in results]
-    for part in parts + ("whole",):
-        line = f"{'1,000 jobs, ' + part:48}{'':12}"
-        for result, total in zip(results, whole):
-            time = result[f"road/{part}/ours/1000"]["time"]
-            line += f"{time / 1e6:6.1f} ms {100 * time / total:4.0f} %"
-        print(line)
+def print_road(columns):
+    columns = [column for column in columns if "road/whole/ours/1000" in column.times]
+    for part in ("query", "conversion", "routing", "rebuilding", "whole"):
+        cells = []
+        for column in columns:
+            time, whole = (statistics.median(column.times[f"road/{name}/ours/1000"]) for name in (part, "whole"))
+            cells.append(f"{time / 1e6:.1f} ms {100 * time / whole:3.0f} %")
+        print(f"{'1,000 jobs, ' + part:{LABEL + 8}}" + "".join(f"{cell:>19}" for cell in cells))
 
 
 def main():
-    arguments = sys.argv[1:]
-    instructions = arguments[:1] == ["--instr"]
-    folders = arguments[instructions:]
-    results = [read_instructions(folder) if instructions else read_times(folder) for folder in folders]
-    peers = ("ours", "floor", "plain", "pugixml", "libxml2")
-    unit = "instr" if instructions else "ns"
-    print_table(rows_of_instructions() if instructions else rows_of_times(), results)
-    print()
-    print_forms(results, [
-        ("record to XML, a field", "setData", peers, 16, 16 * FIELDS),
-        ("XML to text, a field", "toPacket", peers[:3], 16, 16 * FIELDS),
-        ("equal packets of 1 KB", "equal", peers[:3], 1, 1),
-        ("send a packet, queue of 10", "sendTail", ("ours", "untested", "plain"), 10, 10),
-        ("send a packet, queue of 10", "send", ("qtdbus", "zeromq", "invokemethod"), 10, 10),
-        ("20 properties", "properties", peers[:3], 20, 1),
-        ("an object", "object", peers[:2], 1, 1),
-    ], unit)
-    if not instructions:
-        print()
-        print_road(results)
+    columns = [Column(folder) for folder in sys.argv[1:]]
+    Table(columns, "instructions").print("instructions", counted_rows())
+    print_forms(columns, "instructions", "instr")
+    Table(columns, "counters").print("memory", memory_rows())
+    Table(columns, "times").print("times that count", timed_rows())
+    Table(columns, "times").print("times beside the instructions", context_rows())
+    print_forms(columns, "times", "ns")
+    print_road(columns)
 
 
 main()
