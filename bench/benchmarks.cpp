@@ -35,6 +35,7 @@ int main(int argc, char **argv)
     addPackets();
     addRouting();
     addObjects();
+    addWire();
     addRoad();
     benchmark::RunSpecifiedBenchmarks();
     return 0;

@@ -106,6 +106,7 @@ void addConversions(); ///< Records to XML, and XML to record text.
 void addPackets(); ///< Comparing packets.
 void addRouting(); ///< Sending and delivering packets.
 void addObjects(); ///< Properties, and constructing an object.
+void addWire(); ///< Packets to the wire form and back.
 void addRoad(); ///< A request for a thousand jobs, from its sending to the rebuilt records.
 
 #endif
