@@ -47,8 +47,7 @@ private:
 
 XMLMailbox::XMLMailbox(XMLRequester *requester, XMLRouter *xmlRouter, int destination, int timeout)
     : QObject(requester), XMLAgent(NO_AGENT_TYPE), ownRequester(requester), ownRouter(xmlRouter),
-      askedAgent(destination), allowedTime(timeout), currentState(Waiting), first(nullptr), second(nullptr),
-      eventsRan(false), isAnswerDue(false)
+      askedAgent(destination), allowedTime(timeout), currentState(Waiting), mark(nullptr)
 {
     if (ownRouter)
         ownRouter->add(this);

@@ -1,0 +1,344 @@
+// SPDX-FileCopyrightText: 2026 The zqxml developers
+// SPDX-License-Identifier: MIT
+
+#include <recordlib/zqapp.h>
+#include <zqxml/xmlrouterobserver.h>
+#include <zqxmlkit/testing.h>
+#include <zqxmlkit/xmlrequester.h>
+
+#include <QEventLoop>
+#include <QPointer>
+#include <QTest>
+#include <QTimer>
+
+#if QT_VERSION >= QT_VERSION_CHECK(6, 4, 0)
+#include <QFuture>
+#endif
+
+#include <algorithm>
+#include <array>
+#include <random>
+#include <set>
+
+namespace {
+
+/** Deletes the packets that a router abandons when it is destroyed. */
+class Heir : public XMLRouterObserver
+{
+public:
+    ~Heir() override
+    {
+        qDeleteAll(queued);
+    }
+
+    void packetQueued(XMLPacket &packet) override
+    {
+        queued.insert(&packet);
+    }
+
+    void packetAboutToBeDelivered(XMLPacket &packet, int) override
+    {
+        queued.erase(&packet);
+    }
+
+    void packetUndeliverable(XMLPacket &packet) override
+    {
+        queued.erase(&packet);
+    }
+
+private:
+    std::set<XMLPacket *> queued;
+};
+
+/** What an asked agent does with a request. */
+enum Habit {
+    Once,
+    Twice,
+    Silent,
+    Later,
+    LaterDeclared,
+    Vanish,
+    AnswerAndVanish,
+    AnswerAfterLoop,
+    AnswerAfterEvents,
+    Habits
+};
+
+/** What happens when the n-th request of a script has finished, or right after the requests. */
+enum Event { Nothing, NestedLoop, NestedEvents, DeleteReply, DeleteRequester, DeleteRouter, Events };
+
+struct Asked {
+    QPointer<XMLReply> reply;
+    std::set<int> allowed; // states
+    int finished = 0;
+};
+
+/** One router with agents of random habits, and the requests to them. */
+class Script
+{
+public:
+    explicit Script(unsigned int seed) : random(seed), router(std::make_unique<XMLRouter>(nullptr))
+    {
+        router->setObserver(&heir);
+        requester = std::make_unique<XMLRequester>(router.get());
+        for (int i = 0; i < 4; ++i) {
+            habits.push_back(draw(Habits));
+            peers.push_back(std::make_unique<XMLRecordingAgent>(*router));
+            peers.back()->onReceive = [this, i](XMLPacket &packet) { behave(i, packet); };
+            requester->setAnswersLater(peers.back()->getAgentID(), habits.back() == LaterDeclared);
+        }
+    }
+
+    void run()
+    {
+        const int count = 1 + draw(12);
+        event = draw(Events);
+        eventAfter = draw(count + 1); // 0: right after the requests
+        for (int i = 0; i < count; ++i)
+            ask(i);
+        inCall = false;
+        if (eventAfter == 0)
+            happen(nullptr);
+        for (int turns = 0; !isOver() && turns < 10000; ++turns)
+            QCoreApplication::processEvents();
+        for (const Asked &each : asked) {
+            if (each.reply)
+                QCOMPARE(each.finished, 1);
+            QVERIFY(each.finished <= 1);
+        }
+    }
+
+private:
+    int draw(int below)
+    {
+        return static_cast<int>(random() % static_cast<unsigned int>(below));
+    }
+
+    bool isOver() const
+    {
+        return std::all_of(asked.cbegin(), asked.cend(),
+                           [](const Asked &each) { return !each.reply || each.finished > 0; });
+    }
+
+    void ask(int number)
+    {
+        const int to = draw(6); // 4 is nobody, 5 the comm server
+        const int timeout = std::array<int, 4>{5000, -1, 5000, 0}[static_cast<std::size_t>(draw(4))];
+        XMLAction action(QString(), 2000 + number, 0);
+        inCall = true;
+        XMLReply *const reply = requester->request(to == 4 ? 77777 : to == 5 ? -1 : to + 1 + 1, action, timeout);
+        Asked each{reply, {expected(to)}};
+        if (timeout == 0)
+            each.allowed.insert(XMLReply::TimedOut);
+        if (to < 4 && habits[static_cast<std::size_t>(to)] == Later) // in time where another agent runs a loop
+            each.allowed.insert(XMLReply::Answered);
+        if (event == DeleteRouter)
+            each.allowed.insert(XMLReply::AgentGone);
+        if (draw(6) == 0) {
+            each.allowed = {XMLReply::Cancelled};
+            reply->cancel();
+        }
+        asked.push_back(each);
+        QObject::connect(reply, &XMLReply::finished, [this, number, reply] { check(number, *reply); });
+    }
+
+    /** Agents are asked in the order of the requests, so the first one that makes an agent vanish decides. */
+    int expected(int to)
+    {
+        if (to >= 4)
+            return to == 4 ? XMLReply::AgentGone : XMLReply::NoAnswer;
+        const int habit = habits[static_cast<std::size_t>(to)];
+        if (gone.count(to) > 0)
+            return XMLReply::AgentGone;
+        if (habit == Vanish || habit == AnswerAndVanish)
+            gone.insert(to);
+        if (habit == Silent || habit == Later)
+            return XMLReply::NoAnswer;
+        return habit == Vanish ? XMLReply::AgentGone : XMLReply::Answered;
+    }
+
+    void behave(int i, XMLPacket &packet)
+    {
+        const int asker = packet.getSourceAgentID();
+        std::list<QDomNode> actions;
+        packet.getNodesOfType(XMLObject::XML_ACTION, actions);
+        const int type = XMLObject::getAttributeInt(actions.front().toElement(), QStringLiteral("type"));
+        QObject *const context = router.get();
+        switch (habits[static_cast<std::size_t>(i)]) {
+        case Silent:
+            return;
+        case Later:
+        case LaterDeclared:
+            QTimer::singleShot(0, context, [this, i, asker, type] { answer(i, asker, type); });
+            return;
+        case AnswerAfterLoop:
+        case AnswerAfterEvents:
+            nest(habits[static_cast<std::size_t>(i)] == AnswerAfterLoop);
+            answer(i, asker, type);
+            return;
+        case Twice:
+            answer(i, asker, type);
+            answer(i, asker, type + 1000);
+            return;
+        case Vanish:
+            peers[static_cast<std::size_t>(i)].reset();
+            return;
+        case AnswerAndVanish:
+            answer(i, asker, type);
+            peers[static_cast<std::size_t>(i)].reset();
+            return;
+        default:
+            answer(i, asker, type);
+        }
+    }
+
+    void answer(int i, int asker, int type)
+    {
+        if (!router || !peers[static_cast<std::size_t>(i)])
+            return;
+        XMLPacket *const packet = peers[static_cast<std::size_t>(i)]->getXMLPacket(asker);
+        XMLAction action(QString(), type, 0);
+        packet->append(action);
+        router->send(packet);
+    }
+
+    static void nest(bool withLoop)
+    {
+        if (!withLoop)
+            return QCoreApplication::processEvents();
+        QEventLoop loop;
+        QTimer::singleShot(0, &loop, &QEventLoop::quit);
+        loop.exec();
+    }
+
+    void check(int number, XMLReply &reply)
+    {
+        Asked &each = asked[static_cast<std::size_t>(number)];
+        ++each.finished;
+        QVERIFY(!inCall);
+        QVERIFY2(each.allowed.count(reply.state()) > 0,
+                 qPrintable(QStringLiteral("request %1 to %3 in state %2")
+                                .arg(number)
+                                .arg(reply.state())
+                                .arg(reply.destination())));
+        if (router)
+            QVERIFY(!router->contains(reply.mailboxID()));
+        const std::unique_ptr<XMLPacket> packet = number % 3 > 0 ? reply.takePacket() : nullptr; // else nobody takes it
+        if (number % 3 > 0)
+            QCOMPARE(packet != nullptr, reply.state() == XMLReply::Answered);
+        if (packet) {
+            const QDomElement action = packet->getBody().firstChildElement();
+            QCOMPARE(action.attribute(QStringLiteral("type")).toInt(), 2000 + number);
+        }
+        if (++finishedRequests == eventAfter)
+            happen(&reply);
+    }
+
+    void happen(XMLReply *reply)
+    {
+        switch (event) {
+        case NestedLoop:
+        case NestedEvents:
+            return nest(event == NestedLoop);
+        case DeleteReply:
+            delete (reply ? reply : asked.front().reply.data());
+            return;
+        case DeleteRequester:
+            return requester.reset();
+        case DeleteRouter:
+            return router.reset();
+        default:
+            return;
+        }
+    }
+
+    std::mt19937 random;
+    Heir heir; // outlives the router
+    std::unique_ptr<XMLRouter> router;
+    std::unique_ptr<XMLRequester> requester;
+    std::vector<int> habits;
+    std::vector<std::unique_ptr<XMLRecordingAgent>> peers;
+    std::set<int> gone;
+    std::vector<Asked> asked;
+    int event = Nothing;
+    int eventAfter = 0;
+    int finishedRequests = 0;
+    bool inCall = false;
+};
+
+} // namespace
+
+class TestRequests : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void randomScripts();
+    void manyAtOnce();
+    void timeOut();
+    void future();
+};
+
+void TestRequests::randomScripts()
+{
+    for (unsigned int seed = 0; seed < 1000; ++seed) {
+        Script(seed).run();
+        if (QTest::currentTestFailed())
+            QFAIL(qPrintable(QStringLiteral("seed %1").arg(seed)));
+    }
+}
+
+void TestRequests::manyAtOnce()
+{
+    XMLRouter router(nullptr);
+    XMLTableServer server(router);
+    server.answers[7] = {QStringLiteral("SI 15\n1 Cover\n6 4\nTI 0")};
+    XMLRequester requester(&router);
+    XMLAction action(QString(), 7, 0);
+    std::set<int> ids;
+    int answered = 0;
+    for (int i = 0; i < 1000; ++i) {
+        XMLReply *const reply = requester.request(server.getAgentID(), action);
+        ids.insert(reply->mailboxID());
+        connect(reply, &XMLReply::finished, this, [reply, &answered] {
+            for (const XMLRecord &record : reply->records())
+                answered += record.value("page").toInt() == 4 ? 1 : 0;
+            reply->deleteLater();
+        });
+    }
+    QTRY_COMPARE(answered, 1000);
+    QCOMPARE(ids.size(), std::size_t(1000));
+}
+
+void TestRequests::timeOut()
+{
+    XMLRouter router(nullptr);
+    XMLRecordingAgent silent(router);
+    XMLRequester requester(&router);
+    requester.setAnswersLater(silent.getAgentID());
+    XMLAction action;
+    XMLReply *const reply = requester.request(silent.getAgentID(), action, 1);
+    QTRY_COMPARE(reply->state(), XMLReply::TimedOut);
+    XMLPacket *const late = silent.getXMLPacket(reply->mailboxID());
+    router.send(late);
+    QTRY_VERIFY(silent.removed.contains(reply->mailboxID()));
+    QVERIFY(!reply->takePacket());
+}
+
+void TestRequests::future()
+{
+#if QT_VERSION >= QT_VERSION_CHECK(6, 4, 0)
+    XMLRouter router(nullptr);
+    XMLRequester requester(&router);
+    XMLReply *const reply = requester.requestJobs();
+    bool done = false;
+    QtFuture::connect(reply, &XMLReply::finished).then(this, [&done] { done = true; });
+    QTRY_VERIFY(done);
+    QCOMPARE(reply->state(), XMLReply::Answered);
+    QVERIFY(reply->records().isEmpty());
+#endif
+}
+
+QTEST_GUILESS_MAIN(TestRequests)
+
+#include "tst_requests.moc"
