@@ -9,14 +9,18 @@ include(CMakePackageConfigHelpers)
 set(zqxml_includedir "${CMAKE_INSTALL_INCLUDEDIR}/zqxml${ZQXML_NAME_SUFFIX}")
 set(zqxml_cmakedir "${CMAKE_INSTALL_LIBDIR}/cmake/zqxml${ZQXML_NAME_SUFFIX}")
 
-# An installed tree finds its own libraries wherever it is moved to; a packager sets CMAKE_SKIP_INSTALL_RPATH.
+# An installed tree finds its own libraries wherever it is moved to, and the application's record library where it was; a
+# packager sets CMAKE_SKIP_INSTALL_RPATH.
 function(zqxml_set_install_rpath directory)
     file(RELATIVE_PATH path "${CMAKE_INSTALL_FULL_${directory}}" "${CMAKE_INSTALL_FULL_LIBDIR}")
     string(REGEX REPLACE "/$" "" path "$ORIGIN/${path}")
-    set_property(TARGET ${ARGN} PROPERTY INSTALL_RPATH "${path}" ${CMAKE_INSTALL_RPATH})
-    if(ZQXML_ZQAPP_LIBRARY) # its folder too
-        set_property(TARGET ${ARGN} PROPERTY INSTALL_RPATH_USE_LINK_PATH ON)
-    endif()
+    set(folders "")
+    foreach(library IN LISTS ZQXML_ZQAPP_LIBRARY ZQXML_ZQLIB_LIBRARY)
+        get_filename_component(folder "${library}" DIRECTORY)
+        list(APPEND folders "${folder}")
+    endforeach()
+    list(REMOVE_DUPLICATES folders)
+    set_property(TARGET ${ARGN} PROPERTY INSTALL_RPATH "${path}" ${folders} ${CMAKE_INSTALL_RPATH})
 endfunction()
 
 # zqxml_install_headers(target component) installs the public headers among the target's sources.
