@@ -16,7 +16,6 @@
 #include <QSqlQuery>
 #include <QTemporaryDir>
 
-#include <algorithm>
 #include <map>
 
 namespace {
@@ -46,27 +45,26 @@ struct Model {
     Rows jobs; // in the order of arrival
     Rows books;
 
+    static QStringList keysOf(const Rows &rows)
+    {
+        QStringList keys;
+        for (const Row &row : rows)
+            keys << row.key;
+        return keys;
+    }
+
     Rows jobsOf(const QStringList &keys) const
     {
         Rows found;
-        const auto addJobs = [&](const Row &output) {
-            std::copy_if(jobs.begin(), jobs.end(), std::back_inserter(found),
-                         [&](const Row &job) { return job.output == output.id && job.queue == 3; });
-        };
-        for (const QString &key : keys)
-            std::for_each(outputs.begin(), outputs.end(), [&](const Row &output) {
-                if (output.key == key)
-                    addJobs(output);
-            });
-        if (keys.isEmpty())
-            std::for_each(outputs.begin(), outputs.end(), addJobs);
+        for (const QString &key : keys.isEmpty() ? keysOf(outputs) : keys) {
+            for (const Row &output : outputs) {
+                for (const Row &job : jobs) {
+                    if (output.key == key && job.output == output.id && job.queue == 3)
+                        found.push_back(job);
+                }
+            }
+        }
         return found;
-    }
-
-    QString nameOf(unsigned int publication) const
-    {
-        const auto is = [publication](const Row &row) { return row.id == publication; };
-        return std::find_if(publications.begin(), publications.end(), is)->name;
     }
 
     static QString line(const Row &row, const QString &name, const char *type)
@@ -86,17 +84,19 @@ struct Model {
                 if (job.publication != 0 && job.page < chosen.try_emplace(job.publication, job).first->second.page)
                     chosen[job.publication] = job;
             }
-            for (const auto &[publication, job] : chosen)
-                lines << line(job, nameOf(publication), "15");
+            for (const auto &[id, job] : chosen) {
+                for (const Row &publication : publications) {
+                    if (publication.id == id)
+                        lines << line(job, publication.name, "15");
+                }
+            }
         } else if (request == 1002) {
-            QStringList asked = keys;
-            for (const Row &publication : keys.isEmpty() ? publications : Rows())
-                asked << publication.key;
-            for (const QString &key : asked) {
+            for (const QString &key : keys.isEmpty() ? keysOf(publications) : keys) {
                 for (const Row &book : books) {
-                    const auto has = [&](const Row &row) { return row.id == book.publication && row.key == key; };
-                    if (std::any_of(publications.begin(), publications.end(), has))
-                        lines << line(book, book.name, "56 with lists");
+                    for (const Row &publication : publications) {
+                        if (publication.key == key && book.publication == publication.id)
+                            lines << line(book, book.name, "56 with lists");
+                    }
                 }
             }
         } else if (request == 1003) {
@@ -130,7 +130,6 @@ private Q_SLOTS:
     void answers();
     void faults_data();
     void faults();
-    void tableThatIsAway();
     void withoutAServer();
     void packetsWithoutARequest();
     void queries();
@@ -262,10 +261,7 @@ void tst_XMLCommServer::cleanup()
 void tst_XMLCommServer::answers()
 {
     QStringList known{QStringLiteral("0:0"), QStringLiteral("deadbeef:1"), model.jobs.front().key};
-    for (const Rows &rows : {model.outputs, model.publications}) {
-        for (const Row &row : rows)
-            known << row.key;
-    }
+    known << Model::keysOf(model.outputs) << Model::keysOf(model.publications);
     QRandomGenerator random(1);
     const auto below = [&random](int limit) { return int(random.bounded(quint32(limit))); };
     for (int round = 0; round < 400; ++round) {
@@ -333,17 +329,6 @@ void tst_XMLCommServer::faults()
     }
     outputsReplies = counts.at(0) > 0;
     ZQFaults() = ZQFAULTS();
-    QCOMPARE(ask(1003), QList<QStringList>{model.answer(1003, {}, true)});
-}
-
-void tst_XMLCommServer::tableThatIsAway()
-{
-    run(QStringLiteral("ALTER TABLE outputs RENAME TO away"));
-    QCOMPARE(ask(1000), QList<QStringList>());
-    outputsReplies = 0;
-    QCOMPARE(ask(1003), QList<QStringList>{QStringList()});
-    QCOMPARE(ask(1002), QList<QStringList>{model.answer(1002, {}, true)});
-    run(QStringLiteral("ALTER TABLE away RENAME TO outputs"));
     QCOMPARE(ask(1003), QList<QStringList>{model.answer(1003, {}, true)});
 }
 

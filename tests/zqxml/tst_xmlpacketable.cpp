@@ -5,10 +5,11 @@
 #include "plainconversion.h"
 #include "testtools.h"
 
-#include <standin/zqrecords.h>
+#include <standin/zqstandin.h>
 #include <zqxml/xmlpacketable.h>
 
 #include <QDomImplementation>
+#include <QThread>
 
 namespace {
 
@@ -22,15 +23,7 @@ CONVERTSTRUCTELEMENTINFO row(unsigned int elementType, unsigned int tag)
     return CONVERTSTRUCTELEMENTINFO{elementType, tag, elementType == 23 ? "Bild \xe4 %1" : "field", 4, {}};
 }
 
-using Make = QDomElement (*)(QDomElement &, const QString &, const QString &);
-using MakeV = void (*)(QDomElement &, const QString &, const QString &);
-using Write = QString (*)(const QDomElement &);
-
 } // namespace
-
-Q_DECLARE_METATYPE(Make)
-Q_DECLARE_METATYPE(MakeV)
-Q_DECLARE_METATYPE(Write)
 
 /**
  * What the comparison with the plain form of the conversion, on the inputs of the fuzzers, leaves open: single texts
@@ -46,15 +39,14 @@ private Q_SLOTS:
     void attributes();
     void textToTree_data();
     void textToTree();
-    void fields_data();
-    void fields();
-    void listsAndItems();
+    void elements();
     void lineIsSplitAtFirstBlank();
-    void setData_data();
     void setData();
     void unknownTagInTableOfAnySize();
     void everyPolicyKeepsTheNames();
     void nestingLimit();
+    void sizes_data();
+    void sizes();
     void rebuilt_data();
     void rebuilt();
     void heldRecord();
@@ -118,63 +110,50 @@ void tst_XMLPacketable::textToTree()
     QCOMPARE(dump(object.getNode()).toUtf8() + '\n', expected);
 }
 
-void tst_XMLPacketable::fields_data()
+void tst_XMLPacketable::elements()
 {
-    QTest::addColumn<int>("shape");
-    QTest::addColumn<Make>("make");
-    QTest::addColumn<MakeV>("makeV");
-    QTest::addColumn<Write>("write");
     using X = XMLPacketable;
-    QTest::newRow("simple") << int(plain::Simple) << Make(X::createSimpleElement) << MakeV(X::createSimpleElementV)
-                            << Write(X::toSimpleValuePacket);
-    QTest::newRow("key") << int(plain::Key) << Make(X::createZQKEYElement) << MakeV(X::createZQKEYElementV)
-                         << Write(X::toZQKEYValuePacket);
-    QTest::newRow("numbers") << int(plain::Numbers) << Make(X::createNumberArrayElement)
-                             << MakeV(X::createNumberArrayElementV) << Write(X::toNumberArrayValuePacket);
-    QTest::newRow("texts") << int(plain::Strings) << Make(X::createStringArrayElement)
-                           << MakeV(X::createStringArrayElementV) << Write(X::toStringArrayValuePacket);
-}
-
-void tst_XMLPacketable::fields()
-{
-    QFETCH(int, shape);
-    QFETCH(Make, make);
-    QFETCH(MakeV, makeV);
-    QFETCH(Write, write);
+    const struct {
+        plain::Shape shape;
+        QDomElement (*make)(QDomElement &, const QString &, const QString &);
+        void (*makeV)(QDomElement &, const QString &, const QString &);
+        QString (*write)(const QDomElement &);
+    } fields[] = {
+        {plain::Simple, X::createSimpleElement, X::createSimpleElementV, X::toSimpleValuePacket},
+        {plain::Key, X::createZQKEYElement, X::createZQKEYElementV, X::toZQKEYValuePacket},
+        {plain::Numbers, X::createNumberArrayElement, X::createNumberArrayElementV, X::toNumberArrayValuePacket},
+        {plain::Strings, X::createStringArrayElement, X::createStringArrayElementV, X::toStringArrayValuePacket}};
     XMLPacketable object;
     XMLPacketable plainObject;
     QDomElement parent = object.getNode();
     const QStringList values =
         QStringLiteral("| |a|1 b|%1 c|2 a\rb|a 1 2 3 4 5 6 7 8 9 \xe4|  2  x y|0").split(QLatin1Char('|'));
-    for (const QString &value : values) {
-        for (const QString &tag : {QStringLiteral("9"), QStringLiteral("%1")}) {
-            const QDomElement field = plain::addField(plainObject.getNode(), plain::Shape(shape), tag, value);
-            plain::addField(plainObject.getNode(), plain::Shape(shape), tag, value);
-            const QDomElement made = make(parent, tag, value);
-            makeV(parent, tag, value);
-            QCOMPARE(dump(made), dump(field));
-            const bool isSimple = shape == plain::Simple; // which a form of its own appends without filling in
-            const QString line = plain::lineOf(plain::Shape(shape), field);
-            QCOMPARE(write(made), isSimple ? QStringLiteral("%1 %2\n").arg(tag).arg(value) : line);
-            QString text = QStringLiteral("before ");
-            XMLPacketable::appendSimpleValuePacket(text, made);
-            QCOMPARE(text, QStringLiteral("before ") + plain::lineOf(plain::Simple, made));
+    for (const auto &[shape, make, makeV, write] : fields) {
+        for (const QString &value : values) {
+            for (const QString &tag : {QStringLiteral("9"), QStringLiteral("%1")}) {
+                const QDomElement field = plain::addField(plainObject.getNode(), shape, tag, value);
+                plain::addField(plainObject.getNode(), shape, tag, value);
+                const QDomElement made = make(parent, tag, value);
+                makeV(parent, tag, value);
+                QCOMPARE(write(made),
+                         shape == plain::Simple ? QStringLiteral("%1 %2\n").arg(tag).arg(value)
+                                                : plain::lineOf(shape, field));
+                QString text = QStringLiteral("before ");
+                X::appendSimpleValuePacket(text, made);
+                QCOMPARE(text, QStringLiteral("before ") + plain::lineOf(plain::Simple, made));
+            }
         }
+        QDomElement null;
+        QVERIFY(make(null, QStringLiteral("9"), QStringLiteral("1 b")).isNull());
     }
     QCOMPARE(dump(parent), dump(plainObject.getNode()));
-    QDomElement null;
-    QVERIFY(make(null, QStringLiteral("9"), QStringLiteral("1 b")).isNull());
-}
-
-void tst_XMLPacketable::listsAndItems()
-{
-    XMLPacketable object;
-    QDomElement parent = object.getNode();
-    QCOMPARE(dump(XMLPacketable::createListElement(parent, QString())), QStringLiteral("list"));
-    QCOMPARE(dump(XMLPacketable::createItemElement(parent, QStringLiteral("x"))), QStringLiteral("item[datatype=x]"));
-    XMLPacketable::createListElementV(parent, QStringLiteral(" 2"));
-    XMLPacketable::createItemElementV(parent, QStringLiteral("1F"));
-    QCOMPARE(dump(parent), QStringLiteral("packetable(list item[datatype=x] list[size= 2] item[datatype=1F])"));
+    XMLPacketable other;
+    parent = other.getNode();
+    QDomElement item = X::createItemElement(parent, QStringLiteral("x"));
+    X::createListElement(item, QString());
+    X::createListElementV(parent, QStringLiteral(" 2"));
+    X::createItemElementV(parent, QStringLiteral("1F"));
+    QCOMPARE(dump(parent), QStringLiteral("packetable(item[datatype=x](list) list[size= 2] item[datatype=1F])"));
 }
 
 void tst_XMLPacketable::lineIsSplitAtFirstBlank()
@@ -196,44 +175,37 @@ void tst_XMLPacketable::lineIsSplitAtFirstBlank()
     QCOMPARE(XMLPacketable::getConvStructFromDataTag(everyTable.data(), 0x100)->elementType, 10u);
 }
 
-void tst_XMLPacketable::setData_data()
-{
-    QTest::addColumn<QByteArray>("text");
-    QTest::addColumn<QByteArray>("name");
-    QTest::addColumn<unsigned int>("type");
-    QTest::addColumn<bool>("entry");
-    QTest::addColumn<QString>("tree");
-    const auto row = [](const QByteArray &text, const char *name, unsigned int type, bool entry, const char *tree) {
-        QTest::newRow(tree) << text << QByteArray(name) << type << entry << QString::fromUtf8(tree);
-    };
-    row("SL 0", "Gr\xc3\xbcn", 0x1f, true, "packetable[datatype=1f name=Gr\xc3\xbcn](list[size=0])");
-    row(QByteArray(), "n", 0x1f, false, "packetable[datatype=1f name=n]");
-    row("", nullptr, 0xffffffff, true, "packetable[datatype=ffffffff]");
-    // An entry of a list is named by its payload, unless it has a name of its own.
-    row("", nullptr, 8, true, "packetable[datatype=8 name=p\xc3\xa4]");
-    row("", "", 9, true, "packetable[datatype=9]");
-    row("", "n", 8, true, "packetable[datatype=8 name=n]");
-    row("", nullptr, 8, false, "packetable[datatype=8]");
-}
-
 void tst_XMLPacketable::setData()
 {
-    QFETCH(QByteArray, text);
-    QFETCH(QByteArray, name);
-    QFETCH(unsigned int, type);
-    QFETCH(bool, entry);
-    QFETCH(QString, tree);
-    TextRecord record(text, static_cast<PACKETDATATYPES>(type));
-    QByteArray entryName("p\xc3\xa4");
-    ZQDBLIST_ENTRY payload{};
-    payload.name = entryName.data();
-    record.name = name.isNull() ? nullptr : name.data();
-    record.payload = entry ? &payload : nullptr;
-    XMLPacketable object;
-    object.setData(record);
-    record.payload = nullptr;
-    record.name = nullptr;
-    QCOMPARE(dump(object.getNode()), tree);
+    const struct {
+        QByteArray text;
+        const char *name;
+        unsigned int type;
+        bool isEntry;
+        QString tree;
+    } rows[] = {
+        {"SL 0", "Gr\xc3\xbcn", 0x1f, true, QStringLiteral("packetable[datatype=1f name=Gr\u00fcn](list[size=0])")},
+        {QByteArray(), "n", 0x1f, false, QStringLiteral("packetable[datatype=1f name=n]")},
+        {"", nullptr, 0xffffffff, true, QStringLiteral("packetable[datatype=ffffffff]")},
+        // An entry of a list is named by its payload, unless it has a name of its own.
+        {"", nullptr, 8, true, QStringLiteral("packetable[datatype=8 name=p\u00e4]")},
+        {"", "", 8, true, QStringLiteral("packetable[datatype=8]")},
+        {"", "n", 8, true, QStringLiteral("packetable[datatype=8 name=n]")},
+        {"", nullptr, 8, false, QStringLiteral("packetable[datatype=8]")}};
+    for (const auto &row : rows) {
+        TextRecord record(row.text, static_cast<PACKETDATATYPES>(row.type));
+        QByteArray name(row.name);
+        QByteArray entryName("p\xc3\xa4");
+        ZQDBLIST_ENTRY entry{};
+        entry.name = entryName.data();
+        record.name = row.name ? name.data() : nullptr;
+        record.payload = row.isEntry ? &entry : nullptr;
+        XMLPacketable object;
+        object.setData(record);
+        record.payload = nullptr;
+        record.name = nullptr;
+        QCOMPARE(dump(object.getNode()), row.tree);
+    }
 }
 
 void tst_XMLPacketable::unknownTagInTableOfAnySize()
@@ -297,6 +269,53 @@ void tst_XMLPacketable::nestingLimit()
     }
 }
 
+void tst_XMLPacketable::sizes_data()
+{
+    QTest::addColumn<QByteArray>("front");
+    QTest::addColumn<QByteArray>("part"); // repeated this often:
+    QTest::addColumn<int>("repetitions");
+    QTest::addColumn<int>("length"); // of the text that is written back
+    const auto row = [](const char *name, const char *front, const char *part, int repetitions, int length) {
+        QTest::newRow(name) << QByteArray(front) << QByteArray(part) << repetitions << length;
+    };
+    const int item = int(qstrlen("SI 1f\nTI 0\n"));
+    const int limit = int(XMLPacketable::NESTING_LIMIT);
+    const int many = 100000; // 186a0 in base 16
+    row("a long line", "SI 1f\n1 ", "x", 50 * many, item + 50 * many + 3);
+    row("a long tag", "SI 1f\n", "1", 50 * many, item);
+    row("many blanks", "SI 1f\n1 y\n", " ", 50 * many, item + 4);
+    row("many lines of one blank", "SI 1f\n1 y\n", " \n", many, item + 4);
+    row("many numbers", "SI 1f\n1f 186a0", " 1", many, item + 2 * many + 10);
+    row("a count of ffffffff", "SI 1f\n1f ffffffff", " 1", many, item + 6);
+    row("many texts", "SI 1f\n16 186a0 ", "t\r", many, item + 2 * many + 16);
+    row("texts counted ffffffff", "SI 1f\n16 ffffffff ", "t\r", many, item + 6);
+    row("a key of many words", "SI 1f\ne", " 1", many, item + 4);
+    row("many fields", "SI 1f\n", "1 y\n", many, item + 4 * many);
+    row("many opening lists", "", "SL 1\n", many, limit * int(qstrlen("SL 1\nTL 0\n")));
+    row("many opening items", "", "SI 1f\n", many, limit * item);
+    row("many items that are not converted", "", "SI 6\n1 y\n", many, many * (item - 1));
+}
+
+void tst_XMLPacketable::sizes()
+{
+    // What takes quadratic time would take minutes, and what recurses would overflow the small stack.
+    QFETCH(QByteArray, front);
+    QFETCH(QByteArray, part);
+    QFETCH(int, repetitions);
+    QFETCH(int, length);
+    QString text;
+    const std::unique_ptr<QThread> thread(QThread::create([&] {
+        TextRecord record(front + part.repeated(repetitions));
+        XMLPacketable object;
+        object.setData(record);
+        text = XMLPacketable::toPacket(object.getNode());
+    }));
+    thread->setStackSize(512 * 1024);
+    thread->start();
+    thread->wait();
+    QCOMPARE(int(text.size()), length);
+}
+
 void tst_XMLPacketable::rebuilt_data()
 {
     addBlocks(QFINDTESTDATA("../data/conversion/rebuilt.txt"));
@@ -335,6 +354,10 @@ void tst_XMLPacketable::heldRecord()
     QVERIFY(copy != other);
     QCOMPARE(packetTextOf(*copy), text);
     QCOMPARE(packetTextOf(*other), text);
+    ZQFaults().unknownTypes = true;
+    QVERIFY(!object.getData());
+    QCOMPARE(object.getDataConst(), held);
+    ZQFaults().unknownTypes = false;
 }
 
 void tst_XMLPacketable::whatIsNoRecord()
