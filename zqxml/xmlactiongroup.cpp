@@ -7,15 +7,14 @@
 
 #include <QPointer>
 
+#include <vector>
+
 namespace {
 
-// What is being destroyed is an action no longer, so entries are compared as objects.
-void removeEntries(QList<XMLAction *> &actions, const QObject *destroyed)
+// Returns null for an entry whose end is under way, seen by a slot on its destroyed(): it is an action no longer.
+XMLAction *liveAction(QObject *entry)
 {
-    for (int i = static_cast<int>(actions.size()) - 1; i >= 0; --i) {
-        if (actions.at(i) == destroyed)
-            actions.removeAt(i);
-    }
+    return qobject_cast<XMLAction *>(entry);
 }
 
 } // namespace
@@ -33,26 +32,33 @@ XMLAction *XMLActionGroup::addAction(XMLAction *action)
         return nullptr;
     actionList.append(action);
     action->setActionGroup(this);
-    connect(action, &XMLAction::toggled, this, &XMLActionGroup::updateActions);
+    // By name, so that those who may not name the protected slot can disconnect it.
+    connect(action, SIGNAL(toggled(bool)), this, SLOT(updateActions()));
     connect(action, SIGNAL(destroyed(QObject *)), this, SLOT(removeAction()));
     return action;
 }
 
 void XMLActionGroup::toggleAction(XMLAction *action)
 {
-    if (action && actionList.contains(action) && !action->isChecked())
+    if (action && actionList.contains(action) && liveAction(action) && !action->isChecked())
         action->toggle();
 }
 
 QList<XMLAction *> XMLActionGroup::actions() const
 {
-    return actionList;
+    QList<XMLAction *> members;
+    members.reserve(actionList.size());
+    for (XMLAction *const action : actionList) {
+        if (liveAction(action))
+            members.append(action);
+    }
+    return members;
 }
 
 XMLAction *XMLActionGroup::checkedAction() const
 {
     for (XMLAction *const action : actionList) {
-        if (action->isSelected())
+        if (liveAction(action) && action->isSelected())
             return action;
     }
     return nullptr;
@@ -60,12 +66,14 @@ XMLAction *XMLActionGroup::checkedAction() const
 
 void XMLActionGroup::updateActions()
 {
-    const QObject *const changed = sender();
-    if (!changed || updating)
+    // The sender is asked for last: that takes time in proportion to the members.
+    const QObject *const changed = updating ? nullptr : sender();
+    if (!changed)
         return;
     // A slot on a member's toggled() may destroy other members, or the group.
     const QPointer<XMLActionGroup> alive(this);
-    const QList<QPointer<XMLAction>> members(actionList.cbegin(), actionList.cend());
+    const QList<XMLAction *> present = actions();
+    const std::vector<QPointer<XMLAction>> members(present.cbegin(), present.cend());
     updating = true;
     for (const QPointer<XMLAction> &member : members) {
         if (member && member != changed)
@@ -78,22 +86,28 @@ void XMLActionGroup::updateActions()
 
 void XMLActionGroup::removeAction(XMLAction *action)
 {
-    QObject *const signalSender = action ? nullptr : sender();
-    if (!action)
-        action = qobject_cast<XMLAction *>(signalSender);
-    if (action) {
-        action->setActionGroup(nullptr);
-        action->disconnect(this);
-        actionList.removeOne(action);
-        // An action that was added twice is listed still. It is no longer followed, but its end must not be missed.
-        if (actionList.contains(action)) {
-            connect(action, &QObject::destroyed, [group = QPointer<XMLActionGroup>(this)](const QObject *destroyed) {
-                if (group)
-                    removeEntries(group->actionList, destroyed);
-            });
-        }
-    } else if (signalSender) {
-        removeEntries(actionList, signalSender);
+    QObject *const object = action ? action : sender();
+    if (XMLAction *const member = liveAction(object))
+        release(member);
+    else
+        forget(object);
+}
+
+void XMLActionGroup::release(XMLAction *action)
+{
+    action->setActionGroup(nullptr);
+    action->disconnect(this);
+    actionList.removeOne(action);
+    // An action that was added twice is listed still. It is no longer followed, but its end must not be missed.
+    if (actionList.contains(action))
+        connect(action, SIGNAL(destroyed(QObject *)), this, SLOT(removeAction()));
+}
+
+void XMLActionGroup::forget(const QObject *destroyed)
+{
+    for (int i = static_cast<int>(actionList.size()) - 1; i >= 0; --i) {
+        if (actionList.at(i) == destroyed)
+            actionList.removeAt(i);
     }
 }
 

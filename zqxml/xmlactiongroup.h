@@ -41,7 +41,10 @@ public:
     /** Checks \a action, and so unchecks the others, if it is an unchecked member; does nothing otherwise. */
     void toggleAction(XMLAction *action);
 
-    /** Returns the members in the order in which they were added; the actions are not the caller's. */
+    /**
+     * Returns the members in the order in which they were added; the actions are not the caller's. One that is being
+     * destroyed is left out, though the group has not been told yet.
+     */
     QList<XMLAction *> actions() const;
 
     /** Returns the first member that is "selected", whichever is checked; null when there is none. */
@@ -80,6 +83,9 @@ protected Q_SLOTS:
     void approveToggle(bool &approved);
 
 private:
+    void release(XMLAction *action);
+    void forget(const QObject *destroyed);
+
     QList<XMLAction *> actionList;
     bool updating;
 };
