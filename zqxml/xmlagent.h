@@ -40,7 +40,8 @@ public:
 
     /**
      * Tells an agent that wants to know that the agent \a agentID was removed, or that a packet was sent to an id that
-     * no agent has. Does nothing here. What receive() may do is allowed in here too.
+     * no agent has. Does nothing here. What receive() may do is allowed in here too, but for one thing: -1 means that
+     * the router is being destroyed, and it must not be deleted again.
      * \sa wantAgentRemovalNotifications()
      */
     virtual void agentRemoved(int agentID);

@@ -180,18 +180,23 @@ void XMLRouter::deliver(XMLPacket *packet)
 {
     const int destination = packet->getDestinationAgentID();
     const auto entry = agents.find(destination);
-    if (entry != agents.end()) {
-        XMLAgent *const agent = entry->second;
-        if (observer)
-            deliverObserved(packet, agent, destination);
-        else
-            agent->receive(packet);
-        return;
-    }
+    if (entry == agents.end())
+        discard(packet, destination);
+    else if (observer)
+        deliverObserved(packet, entry->second, destination);
+    else
+        entry->second->receive(packet);
+}
+
+void XMLRouter::discard(XMLPacket *packet, int destination)
+{
     if (observer)
         observer->packetUndeliverable(*packet);
+    // A slot on the packet's destroyed() may delete the router.
+    const QPointer<XMLRouter> alive(this);
     delete packet;
-    notifyAgentRemovals(destination);
+    if (alive)
+        notifyAgentRemovals(destination);
 }
 
 void XMLRouter::deliverObserved(XMLPacket *packet, XMLAgent *agent, int destination)

@@ -25,8 +25,8 @@ class ZQCommServer;
  *
  * The router makes and owns one agent, the comm server agent, under the fixed id -1; it owns the installed broker and
  * the packets that wait. Agents of the application stay the application's. Everything that an agent or a broker may do
- * while the router calls it is allowed: send, add, remove and delete agents, run an event loop, delete the router.
- * Nothing is locked: use a router and its agents from one thread.
+ * while the router calls it is allowed: send, add, remove and delete agents, run an event loop, delete the router,
+ * which a slot on a packet's destroyed() may do too. Nothing is locked: use a router and its agents from one thread.
  */
 class ZQXML_EXPORT XMLRouter : public QObject
 {
@@ -42,8 +42,8 @@ public:
     /**
      * Removes and deletes the comm server agent, so that agents that want to know get agentRemoved(-1), and deletes the
      * broker. Every registered agent is asked whether it wants to know: remove those that go before the router does.
-     * On purpose, packets that still wait are abandoned, not deleted, and agents keep their pointer to the
-     * router.
+     * Whoever is told of -1 must not delete the router: it is on its way out already. On purpose, packets that still
+     * wait are abandoned, not deleted, and agents keep their pointer to the router.
      */
     ~XMLRouter() override;
 
@@ -118,6 +118,7 @@ protected Q_SLOTS:
 private:
     void deliver(XMLPacket *packet);
     void deliverObserved(XMLPacket *packet, XMLAgent *agent, int destination);
+    void discard(XMLPacket *packet, int destination);
 
     int lastAgentID;
     std::map<int, XMLAgent *> agents; // never null: add() refuses that
