@@ -88,10 +88,16 @@ extern "C" {
  */
 CONVERTSTRUCTELEMENTINFO *ZQGetSystemStorageClassConv(unsigned int type);
 
-/** Appends \a chain to the chain at \a head, which takes it over; an empty head takes the chain itself. */
+/**
+ * Appends \a chain to the chain at \a head, which takes it over; an empty head takes the chain itself. The head may be
+ * the `next` of a record within a longer chain.
+ */
 void AddListList(ZQLIST_ELEMENT **head, ZQLIST_ELEMENT *chain);
 
-/** Unlinks \a record from the chain at \a head. The record goes to the caller, its next is null. */
+/**
+ * Unlinks \a record from the chain at \a head. The record goes to the caller, its next is null. The head may be the
+ * `next` of a record within a longer chain.
+ */
 void RemoveItemFromList(ZQLIST_ELEMENT **head, ZQLIST_ELEMENT *record);
 
 /** Frees every record of the chain at \a head, all of data type \a type, and leaves the empty chain. */

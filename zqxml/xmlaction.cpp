@@ -3,6 +3,7 @@
 
 #include "xmlaction.h"
 
+#include "constants_p.h"
 #include "xmlpacketable.h"
 
 #include <algorithm>
@@ -10,10 +11,40 @@
 
 namespace {
 
+ZQXML_CONSTANT NAME = QStringLiteral("name");
+ZQXML_CONSTANT TYPE = QStringLiteral("type");
+ZQXML_CONSTANT ORIGINATOR = QStringLiteral("originator");
+ZQXML_CONSTANT VISIBLE = QStringLiteral("visible");
+ZQXML_CONSTANT SHOW_NEWEST_PAGE = QStringLiteral("show_newest_page");
+ZQXML_CONSTANT ENABLED = QStringLiteral("enabled");
+ZQXML_CONSTANT CHECKABLE = QStringLiteral("checkable");
+ZQXML_CONSTANT CHECKED = QStringLiteral("checked");
+ZQXML_CONSTANT SELECTED = QStringLiteral("selected");
+ZQXML_CONSTANT ORG_NAME = QStringLiteral("org_name");
+ZQXML_CONSTANT ZQKEY_HKEY = QStringLiteral("zqkey_hkey");
+ZQXML_CONSTANT ZQKEY_KEY = QStringLiteral("zqkey_key");
+ZQXML_CONSTANT ZQKEY_HKEY_LIST = QStringLiteral("zqkey_hkey_list");
+ZQXML_CONSTANT ZQKEY_KEY_LIST = QStringLiteral("zqkey_key_list");
+ZQXML_CONSTANT JOBIDS = QStringLiteral("jobids");
+ZQXML_CONSTANT ZQJOBIDS = QStringLiteral("zqjobids");
+ZQXML_CONSTANT PAGENUM = QStringLiteral("pagenum");
+ZQXML_CONSTANT CHANNEL_ID = QStringLiteral("channel_id");
+ZQXML_CONSTANT INDEX = QStringLiteral("index");
+ZQXML_CONSTANT X = QStringLiteral("x");
+ZQXML_CONSTANT Y = QStringLiteral("y");
+ZQXML_CONSTANT X_DOUBLE = QStringLiteral("x_double");
+ZQXML_CONSTANT Y_DOUBLE = QStringLiteral("y_double");
+ZQXML_CONSTANT COLOUR = QStringLiteral("colour");
+ZQXML_CONSTANT NEED_UPDATE = QStringLiteral("need_update");
+ZQXML_CONSTANT EXCLUDE_PUBLICATIONS = QStringLiteral("exclude_publications");
+ZQXML_CONSTANT PAINT_PIXMAP = QStringLiteral("paint_pixmap");
+ZQXML_CONSTANT SORT_ASCENDING = QStringLiteral("sort_ascending");
+ZQXML_CONSTANT SORT_TYPE = QStringLiteral("sort_type");
+
 // The text of a missing property is null, that of an empty one is not.
-bool readsAsTrueOrMissing(const QString &text)
+QString textOr(const QString &text, const QString &ifMissing)
 {
-    return text.isNull() || text.toInt() == 1;
+    return text.isNull() ? ifMissing : text;
 }
 
 } // namespace
@@ -36,32 +67,32 @@ void XMLAction::setName(const QString &name)
 
 void XMLAction::setName(QDomElement &action, const QString &name)
 {
-    setAttribute(action, QStringLiteral("name"), name);
+    setAttribute(action, NAME, name);
 }
 
 QString XMLAction::getName() const
 {
-    return getAttribute(node, QStringLiteral("name"));
+    return getAttribute(node, NAME);
 }
 
 void XMLAction::setType(int type)
 {
-    setAttribute(node, QStringLiteral("type"), type);
+    setAttribute(node, TYPE, type);
 }
 
 int XMLAction::getType() const
 {
-    return getAttributeInt(node, QStringLiteral("type"));
+    return getAttributeInt(node, TYPE);
 }
 
 void XMLAction::setOriginator(int originator)
 {
-    setAttribute(node, QStringLiteral("originator"), originator);
+    setAttribute(node, ORIGINATOR, originator);
 }
 
 int XMLAction::getOriginator()
 {
-    return getAttributeInt(node, QStringLiteral("originator"));
+    return getAttributeInt(node, ORIGINATOR);
 }
 
 void XMLAction::setVisible(bool b)
@@ -71,82 +102,82 @@ void XMLAction::setVisible(bool b)
 
 void XMLAction::setVisible(QDomElement &action, bool b)
 {
-    setProperty(action, QStringLiteral("visible"), b);
+    setProperty(action, VISIBLE, b);
 }
 
 bool XMLAction::getVisible() const
 {
-    return readsAsTrueOrMissing(getProperty(node, QStringLiteral("visible")));
+    return textOr(getProperty(node, VISIBLE), QStringLiteral("1")).toInt() == 1;
 }
 
 bool XMLAction::hasVisible() const
 {
-    return hasProperty(node, QStringLiteral("visible"));
+    return hasProperty(node, VISIBLE);
 }
 
 void XMLAction::setShowNewestPage(bool b)
 {
-    setProperty(node, QStringLiteral("show_newest_page"), b);
+    setProperty(node, SHOW_NEWEST_PAGE, b);
 }
 
 bool XMLAction::getShowNewestPage() const
 {
-    return getPropertyBool(node, QStringLiteral("show_newest_page"));
+    return getPropertyBool(node, SHOW_NEWEST_PAGE);
 }
 
 bool XMLAction::hasShowNewestPage() const
 {
-    return hasProperty(node, QStringLiteral("show_newest_page"));
+    return hasProperty(node, SHOW_NEWEST_PAGE);
 }
 
 bool XMLAction::isEnabled() const
 {
-    return readsAsTrueOrMissing(getProperty(node, QStringLiteral("enabled")));
+    return textOr(getProperty(node, ENABLED), QStringLiteral("1")).toInt() == 1;
 }
 
 bool XMLAction::hasEnabled() const
 {
-    return hasProperty(node, QStringLiteral("enabled"));
+    return hasProperty(node, ENABLED);
 }
 
 void XMLAction::setCheckable(bool b)
 {
-    setProperty(node, QStringLiteral("checkable"), b);
+    setProperty(node, CHECKABLE, b);
 }
 
 bool XMLAction::isCheckable() const
 {
-    return getPropertyBool(node, QStringLiteral("checkable"));
+    return getPropertyBool(node, CHECKABLE);
 }
 
 bool XMLAction::hasCheckable() const
 {
-    return hasProperty(node, QStringLiteral("checkable"));
+    return hasProperty(node, CHECKABLE);
 }
 
 bool XMLAction::isChecked() const
 {
-    return getPropertyBool(node, QStringLiteral("checked"));
+    return getPropertyBool(node, CHECKED);
 }
 
 bool XMLAction::hasChecked() const
 {
-    return hasProperty(node, QStringLiteral("checked"));
+    return hasProperty(node, CHECKED);
 }
 
 void XMLAction::setSelected(bool b)
 {
-    setProperty(node, QStringLiteral("selected"), b);
+    setProperty(node, SELECTED, b);
 }
 
 bool XMLAction::isSelected() const
 {
-    return getPropertyBool(node, QStringLiteral("selected"));
+    return getPropertyBool(node, SELECTED);
 }
 
 bool XMLAction::hasSelected() const
 {
-    return hasProperty(node, QStringLiteral("selected"));
+    return hasProperty(node, SELECTED);
 }
 
 void XMLAction::setOrgName(const QString &orgName)
@@ -156,31 +187,31 @@ void XMLAction::setOrgName(const QString &orgName)
 
 void XMLAction::setOrgName(QDomElement &action, const QString &orgName)
 {
-    setProperty(action, QStringLiteral("org_name"), orgName);
+    setProperty(action, ORG_NAME, orgName);
 }
 
 QString XMLAction::getOrgName() const
 {
-    return getProperty(node, QStringLiteral("org_name"));
+    return getProperty(node, ORG_NAME);
 }
 
 void XMLAction::setZQKEY(const ZQKEY_ELEMENT &key)
 {
-    setProperty(node, QStringLiteral("zqkey_hkey"), key.hkey, 16);
-    setProperty(node, QStringLiteral("zqkey_key"), key.key, 16);
+    setProperty(node, ZQKEY_HKEY, key.hkey, 16);
+    setProperty(node, ZQKEY_KEY, key.key, 16);
 }
 
 ZQKEY_ELEMENT XMLAction::getZQKEY() const
 {
     ZQKEY_ELEMENT key{};
-    key.hkey = static_cast<unsigned int>(getPropertyULong(node, QStringLiteral("zqkey_hkey"), 16));
-    key.key = static_cast<unsigned int>(getPropertyULong(node, QStringLiteral("zqkey_key"), 16));
+    key.hkey = static_cast<unsigned int>(getPropertyULong(node, ZQKEY_HKEY, 16));
+    key.key = static_cast<unsigned int>(getPropertyULong(node, ZQKEY_KEY, 16));
     return key;
 }
 
 bool XMLAction::hasZQKEY() const
 {
-    return hasProperty(node, QStringLiteral("zqkey_hkey")) && hasProperty(node, QStringLiteral("zqkey_key"));
+    return hasProperty(node, ZQKEY_HKEY) && hasProperty(node, ZQKEY_KEY);
 }
 
 void XMLAction::setZQKEYList(const QList<ZQKEY_ELEMENT *> &elements)
@@ -193,14 +224,14 @@ void XMLAction::setZQKEYList(const QList<ZQKEY_ELEMENT *> &elements)
         hkeys.append(element->hkey);
         keys.append(element->key);
     }
-    setProperty(node, QStringLiteral("zqkey_hkey_list"), hkeys, 16);
-    setProperty(node, QStringLiteral("zqkey_key_list"), keys, 16);
+    setProperty(node, ZQKEY_HKEY_LIST, hkeys, 16);
+    setProperty(node, ZQKEY_KEY_LIST, keys, 16);
 }
 
 QList<ZQKEY_ELEMENT *> XMLAction::getZQKEYList() const
 {
-    const QList<unsigned int> hkeys = getPropertyULongList(node, QStringLiteral("zqkey_hkey_list"), 16);
-    const QList<unsigned int> keys = getPropertyULongList(node, QStringLiteral("zqkey_key_list"), 16);
+    const QList<unsigned int> hkeys = getPropertyULongList(node, ZQKEY_HKEY_LIST, 16);
+    const QList<unsigned int> keys = getPropertyULongList(node, ZQKEY_KEY_LIST, 16);
     QList<ZQKEY_ELEMENT *> elements;
     for (int i = 0; i < std::min(hkeys.size(), keys.size()); ++i)
         elements.append(new ZQKEY_ELEMENT{keys.at(i), hkeys.at(i)});
@@ -209,12 +240,12 @@ QList<ZQKEY_ELEMENT *> XMLAction::getZQKEYList() const
 
 bool XMLAction::hasZQKEYList() const
 {
-    return hasProperty(node, QStringLiteral("zqkey_hkey_list")) && hasProperty(node, QStringLiteral("zqkey_key_list"));
+    return hasProperty(node, ZQKEY_HKEY_LIST) && hasProperty(node, ZQKEY_KEY_LIST);
 }
 
 void XMLAction::setJobIDs(const QList<int> &ids)
 {
-    setProperty(node, QStringLiteral("jobids"), ids, 16);
+    setProperty(node, JOBIDS, ids, 16);
 }
 
 void XMLAction::setJobID(int id)
@@ -224,7 +255,7 @@ void XMLAction::setJobID(int id)
 
 QList<int> XMLAction::getJobIDs() const
 {
-    return getPropertyLongList(node, QStringLiteral("jobids"), 16);
+    return getPropertyLongList(node, JOBIDS, 16);
 }
 
 int XMLAction::getJobID() const
@@ -234,7 +265,7 @@ int XMLAction::getJobID() const
 
 bool XMLAction::hasJobIDs() const
 {
-    return hasProperty(node, QStringLiteral("jobids"));
+    return hasProperty(node, JOBIDS);
 }
 
 bool XMLAction::hasJobID() const
@@ -244,7 +275,7 @@ bool XMLAction::hasJobID() const
 
 void XMLAction::setZQJobIDs(const QList<int> &ids)
 {
-    setProperty(node, QStringLiteral("zqjobids"), ids, 16);
+    setProperty(node, ZQJOBIDS, ids, 16);
 }
 
 void XMLAction::setZQJobID(int id)
@@ -254,7 +285,7 @@ void XMLAction::setZQJobID(int id)
 
 QList<int> XMLAction::getZQJobIDs() const
 {
-    return getPropertyLongList(node, QStringLiteral("zqjobids"), 16);
+    return getPropertyLongList(node, ZQJOBIDS, 16);
 }
 
 int XMLAction::getZQJobID() const
@@ -264,7 +295,7 @@ int XMLAction::getZQJobID() const
 
 bool XMLAction::hasZQJobIDs() const
 {
-    return hasProperty(node, QStringLiteral("zqjobids"));
+    return hasProperty(node, ZQJOBIDS);
 }
 
 bool XMLAction::hasZQJobID() const
@@ -274,198 +305,197 @@ bool XMLAction::hasZQJobID() const
 
 void XMLAction::setPageNumber(int value)
 {
-    setProperty(node, QStringLiteral("pagenum"), value);
+    setProperty(node, PAGENUM, value);
 }
 
 int XMLAction::getPageNumber() const
 {
-    return static_cast<int>(getPropertyLong(node, QStringLiteral("pagenum")));
+    return static_cast<int>(getPropertyLong(node, PAGENUM));
 }
 
 bool XMLAction::hasPageNumber() const
 {
-    return hasProperty(node, QStringLiteral("pagenum"));
+    return hasProperty(node, PAGENUM);
 }
 
 void XMLAction::setChannelID(unsigned int value)
 {
-    setProperty(node, QStringLiteral("channel_id"), value, 16);
+    setProperty(node, CHANNEL_ID, value, 16);
 }
 
 unsigned int XMLAction::getChannelID() const
 {
-    return static_cast<unsigned int>(getPropertyULong(node, QStringLiteral("channel_id"), 16));
+    return static_cast<unsigned int>(getPropertyULong(node, CHANNEL_ID, 16));
 }
 
 bool XMLAction::hasChannelID() const
 {
-    return hasProperty(node, QStringLiteral("channel_id"));
+    return hasProperty(node, CHANNEL_ID);
 }
 
 void XMLAction::setIndex(int value)
 {
-    setProperty(node, QStringLiteral("index"), value);
+    setProperty(node, INDEX, value);
 }
 
 int XMLAction::getIndex() const
 {
-    return getPropertyInt(node, QStringLiteral("index"));
+    return getPropertyInt(node, INDEX);
 }
 
 bool XMLAction::hasIndex() const
 {
-    return hasProperty(node, QStringLiteral("index"));
+    return hasProperty(node, INDEX);
 }
 
 void XMLAction::setX(int value)
 {
-    setProperty(node, QStringLiteral("x"), value);
+    setProperty(node, X, value);
 }
 
 int XMLAction::getX() const
 {
-    return getPropertyInt(node, QStringLiteral("x"));
+    return getPropertyInt(node, X);
 }
 
 bool XMLAction::hasX() const
 {
-    return hasProperty(node, QStringLiteral("x"));
+    return hasProperty(node, X);
 }
 
 void XMLAction::setY(int value)
 {
-    setProperty(node, QStringLiteral("y"), value);
+    setProperty(node, Y, value);
 }
 
 int XMLAction::getY() const
 {
-    return getPropertyInt(node, QStringLiteral("y"));
+    return getPropertyInt(node, Y);
 }
 
 bool XMLAction::hasY() const
 {
-    return hasProperty(node, QStringLiteral("y"));
+    return hasProperty(node, Y);
 }
 
 void XMLAction::setXDouble(double value)
 {
-    setProperty(node, QStringLiteral("x_double"), value);
+    setProperty(node, X_DOUBLE, value);
 }
 
 double XMLAction::getXDouble() const
 {
-    return getPropertyDouble(node, QStringLiteral("x_double"));
+    return getPropertyDouble(node, X_DOUBLE);
 }
 
 bool XMLAction::hasXDouble() const
 {
-    return hasProperty(node, QStringLiteral("x_double"));
+    return hasProperty(node, X_DOUBLE);
 }
 
 void XMLAction::setYDouble(double value)
 {
-    setProperty(node, QStringLiteral("y_double"), value);
+    setProperty(node, Y_DOUBLE, value);
 }
 
 double XMLAction::getYDouble() const
 {
-    return getPropertyDouble(node, QStringLiteral("y_double"));
+    return getPropertyDouble(node, Y_DOUBLE);
 }
 
 bool XMLAction::hasYDouble() const
 {
-    return hasProperty(node, QStringLiteral("y_double"));
+    return hasProperty(node, Y_DOUBLE);
 }
 
 void XMLAction::setColour(unsigned int value)
 {
-    setProperty(node, QStringLiteral("colour"), value, 16);
+    setProperty(node, COLOUR, value, 16);
 }
 
 unsigned int XMLAction::getColour() const
 {
-    const QString text = getProperty(node, QStringLiteral("colour"));
-    return text.isNull() ? 0xFFFFFFu : text.toUInt(nullptr, 16);
+    return textOr(getProperty(node, COLOUR), QStringLiteral("ffffff")).toUInt(nullptr, 16);
 }
 
 bool XMLAction::hasColour() const
 {
-    return hasProperty(node, QStringLiteral("colour"));
+    return hasProperty(node, COLOUR);
 }
 
 void XMLAction::setNeedUpdate(bool b)
 {
-    setProperty(node, QStringLiteral("need_update"), b);
+    setProperty(node, NEED_UPDATE, b);
 }
 
 bool XMLAction::getNeedUpdate() const
 {
-    return getPropertyBool(node, QStringLiteral("need_update"));
+    return getPropertyBool(node, NEED_UPDATE);
 }
 
 bool XMLAction::hasNeedUpdate() const
 {
-    return hasProperty(node, QStringLiteral("need_update"));
+    return hasProperty(node, NEED_UPDATE);
 }
 
 void XMLAction::setExcludePublications(bool b)
 {
-    setProperty(node, QStringLiteral("exclude_publications"), b);
+    setProperty(node, EXCLUDE_PUBLICATIONS, b);
 }
 
 bool XMLAction::getExcludePublications() const
 {
-    return getPropertyBool(node, QStringLiteral("exclude_publications"));
+    return getPropertyBool(node, EXCLUDE_PUBLICATIONS);
 }
 
 bool XMLAction::hasExcludePublications() const
 {
-    return hasProperty(node, QStringLiteral("exclude_publications"));
+    return hasProperty(node, EXCLUDE_PUBLICATIONS);
 }
 
 void XMLAction::setPaintPixmap(bool b)
 {
-    setProperty(node, QStringLiteral("paint_pixmap"), b);
+    setProperty(node, PAINT_PIXMAP, b);
 }
 
 bool XMLAction::getPaintPixmap() const
 {
-    return getPropertyBool(node, QStringLiteral("paint_pixmap"));
+    return getPropertyBool(node, PAINT_PIXMAP);
 }
 
 bool XMLAction::hasPaintPixmap() const
 {
-    return hasProperty(node, QStringLiteral("paint_pixmap"));
+    return hasProperty(node, PAINT_PIXMAP);
 }
 
 void XMLAction::setSortAscending(bool b)
 {
-    setProperty(node, QStringLiteral("sort_ascending"), b);
+    setProperty(node, SORT_ASCENDING, b);
 }
 
 bool XMLAction::getSortAscending() const
 {
-    return getPropertyBool(node, QStringLiteral("sort_ascending"));
+    return getPropertyBool(node, SORT_ASCENDING);
 }
 
 bool XMLAction::hasSortAscending() const
 {
-    return hasProperty(node, QStringLiteral("sort_ascending"));
+    return hasProperty(node, SORT_ASCENDING);
 }
 
 void XMLAction::setSortType(int value)
 {
-    setProperty(node, QStringLiteral("sort_type"), value);
+    setProperty(node, SORT_TYPE, value);
 }
 
 int XMLAction::getSortType() const
 {
-    return getPropertyInt(node, QStringLiteral("sort_type"));
+    return getPropertyInt(node, SORT_TYPE);
 }
 
 bool XMLAction::hasSortType() const
 {
-    return hasProperty(node, QStringLiteral("sort_type"));
+    return hasProperty(node, SORT_TYPE);
 }
 
 QDomElement XMLAction::append(ZQPacketable &record)
@@ -539,11 +569,11 @@ void XMLAction::setChecked(bool b)
 {
     // On purpose: no look at "checkable" and no comparison with the old value. Each call emits toggled() once, and the
     // exclusive group depends on that. What is emitted is what can be read back.
-    setProperty(node, QStringLiteral("checked"), b);
+    setProperty(node, CHECKED, b);
     Q_EMIT toggled(isChecked());
 }
 
 void XMLAction::setEnabled(bool b)
 {
-    setProperty(node, QStringLiteral("enabled"), b);
+    setProperty(node, ENABLED, b);
 }
