@@ -3,20 +3,22 @@
 
 #include "xmlobject.h"
 
+#include "constants_p.h"
 #include "dom_p.h"
 
-#include <QDomImplementation>
 #include <QIODevice>
 #include <QStringView>
 #include <QTextStream>
 
-const QString XMLObject::ZQ_NAMESPACE = QStringLiteral("http://zqxml.example.org/ns/1.0");
-const QString XMLObject::NUMLIST_SEP = QStringLiteral(" ");
+ZQXML_CONSTANT XMLObject::ZQ_NAMESPACE = QStringLiteral("http://zqxml.example.org/ns/1.0");
+ZQXML_CONSTANT XMLObject::NUMLIST_SEP = QStringLiteral(" ");
 
 extern "C" int DllMain_zqxml()
 {
     return 0;
 }
+
+using namespace zqxml;
 
 namespace {
 
@@ -25,7 +27,7 @@ bool toBool(const QString &text)
     return text.toInt() == 1;
 }
 
-QString toText(bool value)
+QString toDigit(bool value)
 {
     return value ? QStringLiteral("1") : QStringLiteral("0");
 }
@@ -69,19 +71,18 @@ QList<Number> readNumbers(const QString &text, bool *ok, Parse parse)
 
 } // namespace
 
-XMLObject::XMLObject(XMLOBJECT_TYPE type)
-    : objectType(type), ownDocument(createDocument(QStringLiteral(""), QStringLiteral("dummydoc")))
+XMLObject::XMLObject(XMLOBJECT_TYPE type) : objectType(type), node(newElement(ownDocument, rootNodeName(type)))
 {
-    QDomElement root = ownDocument.documentElement();
-    node = createElement(root, rootNodeName(type));
+    // The root is filled before it is attached: each attachment walks up to the document.
+    QDomElement root = newElement(ownDocument, QStringLiteral(""), QStringLiteral("dummydoc"));
+    root.appendChild(node);
+    ownDocument.appendChild(root);
 }
 
 XMLObject::~XMLObject()
 {
-    // The toolkit leaves an element that hangs nowhere, as setNode() makes it, with a link to the document that goes
-    // now. One that hangs in a document loses the link in time, and one that hangs there alone is left with no others.
-    if (node.parentNode().isNull())
-        createDocument(QString(), rootNodeName()).documentElement().appendChild(node);
+    if (node.parentNode().isNull() && !node.ownerDocument().isNull())
+        forgetDocument(node);
 }
 
 QDomElement XMLObject::getNode() const
@@ -165,8 +166,12 @@ QDomElement XMLObject::getDocumentRoot(const QDomDocument &doc)
 
 QDomDocument XMLObject::createDocument(const QString &namespaceURI, const QString &qualifiedName)
 {
-    const AcceptAnyCharacter accept;
-    return QDomImplementation().createDocument(namespaceURI, qualifiedName, QDomDocumentType());
+    QDomDocument document;
+    const QDomElement root = newElement(document, namespaceURI, qualifiedName);
+    if (root.isNull())
+        return QDomDocument();
+    document.appendChild(root);
+    return document;
 }
 
 void XMLObject::createDocumentV(const QString &namespaceURI, const QString &qualifiedName)
@@ -178,9 +183,9 @@ QDomElement XMLObject::createElement(QDomElement &parent, const QString &name)
 {
     if (parent.isNull())
         return QDomElement();
-    const AcceptAnyCharacter accept;
     QDomDocument document = parent.ownerDocument();
-    return parent.appendChild(document.createElement(name)).toElement();
+    const QDomElement element = newElement(document, name);
+    return element.isNull() ? element : parent.appendChild(element).toElement();
 }
 
 void XMLObject::createElementV(QDomElement &parent, const QString &name)
@@ -192,9 +197,8 @@ QDomText XMLObject::createTextNode(QDomElement &parent, const QString &text)
 {
     if (parent.isNull())
         return QDomText();
-    const AcceptAnyCharacter accept;
     QDomDocument document = parent.ownerDocument();
-    return parent.appendChild(document.createTextNode(text)).toText();
+    return parent.appendChild(newText(document, text)).toText();
 }
 
 void XMLObject::createTextNodeV(QDomElement &parent, const QString &text)
@@ -268,10 +272,11 @@ void XMLObject::setProperty(QDomElement &e, const QString &key, const QString &v
             child.setNodeValue(value);
         return;
     }
-    const AcceptAnyCharacter accept;
     QDomDocument document = e.ownerDocument();
-    QDomElement property = document.createElement(key);
-    property.appendChild(document.createTextNode(value));
+    QDomElement property = newElement(document, key);
+    if (property.isNull())
+        return;
+    property.appendChild(newText(document, value));
     e.appendChild(property);
 }
 
@@ -287,7 +292,7 @@ void XMLObject::setProperty(QDomElement &e, const QString &key, const char16_t *
 
 void XMLObject::setProperty(QDomElement &e, const QString &key, bool value)
 {
-    setProperty(e, key, toText(value));
+    setProperty(e, key, toDigit(value));
 }
 
 void XMLObject::setProperty(QDomElement &e, const QString &key, int value)
@@ -407,7 +412,7 @@ void XMLObject::setAttribute(QDomElement &e, const QString &key, const char16_t 
 
 void XMLObject::setAttribute(QDomElement &e, const QString &key, bool value)
 {
-    setAttribute(e, key, toText(value));
+    setAttribute(e, key, toDigit(value));
 }
 
 void XMLObject::setAttribute(QDomElement &e, const QString &key, int value)

@@ -27,7 +27,7 @@ extern "C" ZQXML_EXPORT int DllMain_zqxml();
  * the first direct child named by its key, provided that child is an element; its value is the element's text. An
  * attribute is an attribute. Both read as a fixed default when they are missing or malformed; nothing here reports an
  * error. What is created here keeps every character of its name and text whatever QDomImplementation's policy on
- * invalid data is, and leaves that policy as it was.
+ * invalid data is; that policy is neither asked nor changed. Without a name nothing is created.
  *
  * An object and the trees that it touches are used from one thread at a time.
  */
@@ -106,8 +106,8 @@ public:
     static void createDocumentV(const QString &namespaceURI, const QString &qualifiedName);
 
     /**
-     * Appends a new element \a name, of no namespace, to \a parent and returns it; null for a null \a parent.
-     * \sa createElementV()
+     * Appends a new element \a name, of no namespace, to \a parent and returns it; null for a null \a parent or an
+     * empty \a name. \sa createElementV()
      */
     static QDomElement createElement(QDomElement &parent, const QString &name);
 
@@ -163,8 +163,8 @@ public:
      * <pagenum>7</pagenum>
      * \endcode
      * On purpose a present property without a text node is left as it is: one that was written empty, printed and
-     * parsed again stays empty, because parsing keeps no empty text. A null \a e is left alone.
-     * \sa getProperty(), hasProperty()
+     * parsed again stays empty, because parsing keeps no empty text. A null \a e is left alone, and an empty \a key
+     * writes nothing. \sa getProperty(), hasProperty()
      */
     static void setProperty(QDomElement &e, const QString &key, const QString &value);
 
@@ -173,6 +173,18 @@ public:
 
     /** Writes \a value, UTF-16, as text. \overload */
     static void setProperty(QDomElement &e, const QString &key, const char16_t *value);
+
+#ifdef __cpp_char8_t
+    /** Writes \a value, UTF-8, as text. \overload */
+    static void setProperty(QDomElement &e, const QString &key, const char8_t *value)
+    {
+        setProperty(e, key, reinterpret_cast<const char *>(value));
+    }
+#endif
+
+    /** Not for other pointers, which would all be taken for the boolean true. */
+    template <typename T>
+    static void setProperty(QDomElement &e, const QString &key, const volatile T *value) = delete;
 
     /** Writes "1" or "0". \sa getPropertyBool() */
     static void setProperty(QDomElement &e, const QString &key, bool value);
@@ -259,6 +271,18 @@ public:
     /** Writes \a value, UTF-16, as text. \overload */
     static void setAttribute(QDomElement &e, const QString &key, const char16_t *value);
 
+#ifdef __cpp_char8_t
+    /** Writes \a value, UTF-8, as text. \overload */
+    static void setAttribute(QDomElement &e, const QString &key, const char8_t *value)
+    {
+        setAttribute(e, key, reinterpret_cast<const char *>(value));
+    }
+#endif
+
+    /** Not for other pointers, which would all be taken for the boolean true. */
+    template <typename T>
+    static void setAttribute(QDomElement &e, const QString &key, const volatile T *value) = delete;
+
     /** Writes "1" or "0"; nothing for an empty \a key. \sa getAttributeBool() */
     static void setAttribute(QDomElement &e, const QString &key, bool value);
 
@@ -268,7 +292,11 @@ public:
     /** Writes \a value in \a base, 2 to 36; nothing for an empty \a key. \sa getAttributeUInt() */
     static void setAttribute(QDomElement &e, const QString &key, unsigned int value, int base);
 
-    /** Returns \a values in \a base, 2 to 36, joined by NUMLIST_SEP: "1 a ff". An empty list gives an empty text. */
+    /**
+     * Returns \a values in \a base, 2 to 36, joined by NUMLIST_SEP: "1 a ff". An empty list gives an empty text. In
+     * another base than 10 Qt 6 writes -10 as "-a", which both versions read; Qt 5 writes "fffffffffffffff6", which
+     * neither reads.
+     */
     static QString toString(const QList<int> &values, int base);
 
     /** Returns \a values in \a base as text. \overload */

@@ -3,178 +3,28 @@
 
 #include "xmlpacket.h"
 
+#include "constants_p.h"
+#include "documentequality_p.h"
+#include "dom_p.h"
 #include "xmlaction.h"
 #include "xmlimage.h"
 #include "xmlmessage.h"
 #include "xmlpacketable.h"
 #include "xmlui.h"
 
-#include <algorithm>
-#include <cstdio>
-#include <vector>
+#include <QVarLengthArray>
 
-const QString XMLPacket::HEADER = QStringLiteral("header");
-const QString XMLPacket::SOURCE = QStringLiteral("src");
-const QString XMLPacket::DESTINATION = QStringLiteral("dst");
-const QString XMLPacket::BODY = QStringLiteral("body");
-const QString XMLPacket::AGENT_ID = QStringLiteral("agent_id");
+#include <cstdio>
+
+ZQXML_CONSTANT XMLPacket::HEADER = QStringLiteral("header");
+ZQXML_CONSTANT XMLPacket::SOURCE = QStringLiteral("src");
+ZQXML_CONSTANT XMLPacket::DESTINATION = QStringLiteral("dst");
+ZQXML_CONSTANT XMLPacket::BODY = QStringLiteral("body");
+ZQXML_CONSTANT XMLPacket::AGENT_ID = QStringLiteral("agent_id");
+
+using namespace zqxml;
 
 namespace {
-
-// Two documents are equal when they print alike, apart from the order of attributes. Printing both costs several times
-// what comparing the trees costs, and a difference in the trees mostly shows in the texts for certain. Where it need
-// not, as with neighbouring text nodes or a comment that looks like an element, the texts have the last word.
-enum class Verdict { Same, Different, Unsure };
-
-Verdict differentIf(bool certain)
-{
-    return certain ? Verdict::Different : Verdict::Unsure;
-}
-
-// A name that holds none of these ends where its tag says so.
-bool isPlain(const QString &name)
-{
-    return std::none_of(name.cbegin(), name.cend(), [](QChar c) {
-        return c == QLatin1Char(' ') || c == QLatin1Char('=') || c == QLatin1Char('/') || c == QLatin1Char('<')
-            || c == QLatin1Char('>') || c == QLatin1Char('"') || c == QLatin1Char('\n');
-    });
-}
-
-bool hasPlainAttributes(const QDomNamedNodeMap &attributes)
-{
-    for (int i = 0; i < attributes.length(); ++i) {
-        const QDomNode attribute = attributes.item(i);
-        if (!attribute.namespaceURI().isNull() || !isPlain(attribute.nodeName()))
-            return false;
-    }
-    return true;
-}
-
-Verdict compareAttribute(const QDomNode &attribute, const QDomNode &other)
-{
-    if (!attribute.namespaceURI().isNull() || !other.namespaceURI().isNull())
-        return Verdict::Unsure;
-    return attribute.nodeValue() == other.nodeValue() ? Verdict::Same : Verdict::Different;
-}
-
-Verdict compareAttributes(const QDomNamedNodeMap &ours, const QDomNamedNodeMap &theirs)
-{
-    const int count = ours.length();
-    if (count == 1 && theirs.length() == 1) {
-        // Asking for a name is cheaper than asking for the first attribute, which searches the hash table.
-        for (const QString *const name :
-             {&XMLPacketable::VALUE, &XMLPacket::AGENT_ID, &XMLPacketable::SIZE, &XMLPacketable::DATATYPE}) {
-            const QDomNode attribute = ours.namedItem(*name);
-            if (attribute.isNull())
-                continue;
-            const QDomNode other = theirs.namedItem(*name);
-            if (other.isNull())
-                break;
-            return compareAttribute(attribute, other);
-        }
-    }
-    bool same = count == theirs.length();
-    for (int i = 0; same && i < count; ++i) {
-        const QDomNode attribute = ours.item(i);
-        const QDomNode other = theirs.namedItem(attribute.nodeName());
-        const Verdict verdict = other.isNull() ? Verdict::Different : compareAttribute(attribute, other);
-        if (verdict == Verdict::Unsure)
-            return verdict;
-        same = verdict == Verdict::Same;
-    }
-    return same ? Verdict::Same : differentIf(hasPlainAttributes(ours) && hasPlainAttributes(theirs));
-}
-
-Verdict compareElements(const QDomNode &a, const QDomNode &b)
-{
-    const QString name = a.nodeName();
-    const QString otherName = b.nodeName();
-    if (name != otherName)
-        return differentIf(isPlain(name) && isPlain(otherName));
-    const QString space = a.namespaceURI();
-    const QString otherSpace = b.namespaceURI();
-    if (space.isNull() != otherSpace.isNull() || space != otherSpace || a.prefix() != b.prefix())
-        return Verdict::Unsure;
-    const bool haveAttributes = a.hasAttributes() || b.hasAttributes();
-    const Verdict verdict = haveAttributes ? compareAttributes(a.attributes(), b.attributes()) : Verdict::Same;
-    // "<a/>" against "<a>"
-    return verdict == Verdict::Same && a.hasChildNodes() != b.hasChildNodes() ? Verdict::Different : verdict;
-}
-
-bool isOnlyChild(const QDomNode &n)
-{
-    return n.previousSibling().isNull() && n.nextSibling().isNull();
-}
-
-Verdict compareNodes(const QDomNode &a, const QDomNode &b)
-{
-    const QDomNode::NodeType type = a.nodeType();
-    if (type != b.nodeType())
-        return Verdict::Unsure;
-    switch (type) {
-    case QDomNode::DocumentNode:
-        return Verdict::Same;
-    case QDomNode::ElementNode:
-        return compareElements(a, b);
-    case QDomNode::TextNode:
-    case QDomNode::CDATASectionNode:
-    case QDomNode::CommentNode:
-        if (a.nodeValue() == b.nodeValue())
-            return Verdict::Same;
-        return differentIf(type == QDomNode::TextNode && isOnlyChild(a) && isOnlyChild(b));
-    default:
-        return Verdict::Unsure;
-    }
-}
-
-// An element stands where the other tree's parent ends.
-Verdict compareSurplus(const QDomNode &surplus)
-{
-    return differentIf(surplus.isElement() && isPlain(surplus.nodeName()));
-}
-
-// Packets of one kind mostly differ in their last value: down the last children, that is found at once. Their texts end
-// alike with the end tags of the parents, whose names are the same, so what stands before must differ too.
-bool differInLastLeaf(const QDomNode &parentA, const QDomNode &parentB, int levels)
-{
-    const QDomNode a = parentA.lastChild();
-    const QDomNode b = parentB.lastChild();
-    if (!a.isElement() || !b.isElement())
-        return compareNodes(a, b) == Verdict::Different && hasPlainAttributes(parentA.attributes())
-            && hasPlainAttributes(parentB.attributes());
-    const QString name = a.nodeName();
-    if (!a.hasChildNodes() || !b.hasChildNodes())
-        return isPlain(name) && compareElements(a, b) == Verdict::Different;
-    return levels > 0 && name == b.nodeName() && differInLastLeaf(a, b, levels - 1);
-}
-
-// Walks both trees in document order, without recursion: they may be deep.
-Verdict compareTrees(const QDomDocument &documentA, const QDomDocument &documentB)
-{
-    QDomNode a = documentA;
-    QDomNode b = documentB;
-    for (;;) {
-        const Verdict verdict = compareNodes(a, b);
-        if (verdict != Verdict::Same)
-            return verdict;
-        QDomNode nextA = a.firstChild();
-        QDomNode nextB = b.firstChild();
-        while (nextA.isNull() && nextB.isNull()) {
-            if (a == documentA)
-                return Verdict::Same;
-            nextA = a.nextSibling();
-            nextB = b.nextSibling();
-            if (nextA.isNull() && nextB.isNull()) {
-                a = a.parentNode();
-                b = b.parentNode();
-            }
-        }
-        if (nextA.isNull() || nextB.isNull())
-            return compareSurplus(nextA.isNull() ? nextB : nextA);
-        a = nextA;
-        b = nextB;
-    }
-}
 
 QDomDocument deepCopy(const QDomDocument &document)
 {
@@ -185,60 +35,24 @@ QDomDocument deepCopy(const QDomDocument &document)
     return copy;
 }
 
-void rewriteAttributes(QDomElement element)
+// Lets go of the last handle that the packet has to an element whose own parent is gone. If nobody else holds it, it
+// ends here. The toolkit would leave those of its children that are held with links to neighbours that are gone, which
+// printing one, or appending it again, follows. So all but the last are taken out before. The last one then tells
+// whether the element is there still, because somebody holds it too: then they are put back.
+void letGo(QDomElement &element)
 {
-    const QDomNamedNodeMap attributes = element.attributes();
-    std::vector<QDomAttr> sorted;
-    sorted.reserve(static_cast<std::size_t>(attributes.length()));
-    for (int i = 0; i < attributes.length(); ++i)
-        sorted.push_back(attributes.item(i).toAttr());
-    std::sort(sorted.begin(), sorted.end(),
-              [](const QDomAttr &a, const QDomAttr &b) { return a.nodeName() < b.nodeName(); });
-    for (const QDomAttr &attribute : sorted)
-        element.removeAttributeNode(attribute);
-    for (const QDomAttr &attribute : sorted)
-        element.setAttributeNodeNS(attribute);
-}
-
-QString toText(const QDomDocument &document)
-{
-    QDomNode n = document;
-    return XMLObject::toString(n);
-}
-
-// The order in which attributes are printed follows from the order in which they were written: it is the same in two
-// copies that were written in the same order.
-QString printInOneOrder(const QDomDocument &document)
-{
-    const QDomDocument copy = deepCopy(document);
-    QDomNode n = copy;
-    for (;;) {
-        if (n.isElement())
-            rewriteAttributes(n.toElement());
-        QDomNode next = n.firstChild();
-        while (next.isNull() && n != copy) {
-            next = n.nextSibling();
-            n = n.parentNode();
-        }
-        if (next.isNull())
-            return toText(copy);
-        n = next;
+    const QDomNode last = element.lastChild();
+    QVarLengthArray<QDomNode, 32> others;
+    for (QDomNode child = element.firstChild(); child != last; child = element.firstChild()) {
+        element.removeChild(child);
+        others.append(child);
     }
-}
-
-// The toolkit leaves elements that outlive their tree with links to their former neighbours, which may be gone;
-// printing one, or appending it again, follows them. So each gets a parent of its own before the document goes.
-void separateContent(QDomElement &body)
-{
-    QDomNode child = body.firstChild();
-    if (child.nextSibling().isNull())
-        return;
-    QDomDocument document = body.ownerDocument();
-    for (QDomNode next; !child.isNull(); child = next) {
-        next = child.nextSibling();
-        QDomElement parent = document.createElement(XMLPacket::BODY);
-        body.replaceChild(parent, child);
-        parent.appendChild(child);
+    element.clear();
+    QDomNode parent = last.parentNode();
+    for (const QDomNode &child : others) {
+        if (parent.isNull())
+            break;
+        parent.insertBefore(child, last);
     }
 }
 
@@ -251,14 +65,31 @@ XMLPacket::XMLPacket() : XMLObject(XML_PACKET)
 
 XMLPacket::~XMLPacket()
 {
-    separateContent(bodyElement);
+    release();
+}
+
+// Elements that somebody else holds stay as they are; no handle to one is left with a link to what is gone.
+void XMLPacket::release()
+{
+    for (const QDomElement &element : {rootElement, bodyElement}) {
+        if (!element.isNull() && element.parentNode().isNull()) // a caller took it out
+            forgetDocument(element);
+    }
+    sourceElement.clear();
+    destinationElement.clear();
+    packetDocument.clear();
+    if (rootElement.parentNode().isNull())
+        letGo(rootElement);
+    headerElement.clear();
+    if (bodyElement.parentNode().isNull())
+        letGo(bodyElement);
 }
 
 void XMLPacket::init(const XMLPacket *other)
 {
     if (other) {
         const QDomDocument copy = deepCopy(other->packetDocument);
-        separateContent(bodyElement);
+        release();
         packetDocument = copy;
         rootElement = packetDocument.documentElement();
         headerElement = getElement(rootElement, HEADER);
@@ -267,7 +98,7 @@ void XMLPacket::init(const XMLPacket *other)
         bodyElement = getElement(rootElement, BODY);
         return;
     }
-    separateContent(bodyElement);
+    release();
     packetDocument = createDocument(ZQ_NAMESPACE, rootNodeName());
     rootElement = packetDocument.documentElement();
     headerElement = createElement(rootElement, HEADER);
@@ -282,33 +113,30 @@ XMLPacket &XMLPacket::operator=(const XMLPacket &other)
     return *this;
 }
 
-// Returns true when the document begins as it was made, with nothing in the header but the ids of the agents.
-bool XMLPacket::beginsWithHeader() const
+// Returns true when the document begins as it was made: with nothing but the ids of the agents in the header, of which
+// the destination's is \a destination.
+bool XMLPacket::beginsWithHeader(const QString &destination) const
 {
-    const auto holdsNothingButID = [](const QDomElement &e) {
-        return e.attributes().length() == (e.hasAttribute(AGENT_ID) ? 1 : 0);
-    };
     return rootElement == packetDocument.firstChild() && rootElement.nodeName() == rootNodeName(XML_PACKET)
         && !rootElement.hasAttributes() && headerElement == rootElement.firstChild()
         && headerElement.nodeName() == HEADER && !headerElement.hasAttributes()
         && sourceElement == headerElement.firstChild() && sourceElement.nodeName() == SOURCE
-        && holdsNothingButID(sourceElement) && destinationElement == sourceElement.nextSibling()
-        && destinationElement.nodeName() == DESTINATION && holdsNothingButID(destinationElement);
+        && !sourceElement.hasChildNodes()
+        && sourceElement.attributes().length() == (sourceElement.hasAttribute(AGENT_ID) ? 1 : 0)
+        && destinationElement == sourceElement.nextSibling() && destinationElement.nodeName() == DESTINATION
+        && destinationElement.attributes().length() == (destination.isNull() ? 0 : 1);
 }
 
 bool XMLPacket::operator==(const XMLPacket &other) const
 {
     if (packetDocument == other.packetDocument)
         return true;
-    const bool haveSameDestination =
-        destinationElement.attribute(AGENT_ID) == other.destinationElement.attribute(AGENT_ID);
-    if (haveSameDestination ? differInLastLeaf(packetDocument, other.packetDocument, 16)
-                            : beginsWithHeader() && other.beginsWithHeader())
+    // Packets to different agents are the most frequent that differ.
+    const QString destination = destinationElement.attribute(AGENT_ID);
+    const QString otherDestination = other.destinationElement.attribute(AGENT_ID);
+    if (destination != otherDestination && beginsWithHeader(destination) && other.beginsWithHeader(otherDestination))
         return false;
-    const Verdict verdict = compareTrees(packetDocument, other.packetDocument);
-    if (verdict != Verdict::Unsure)
-        return verdict == Verdict::Same;
-    return printInOneOrder(packetDocument) == printInOneOrder(other.packetDocument);
+    return printAlike(packetDocument, other.packetDocument);
 }
 
 bool XMLPacket::operator!=(const XMLPacket &other) const
@@ -427,5 +255,5 @@ void XMLPacket::appendV(ZQPacketable &record, bool current)
 
 void XMLPacket::print()
 {
-    std::printf("%s", toText(packetDocument).toUtf8().constData());
+    std::printf("%s", XMLObject::toString(packetDocument).toUtf8().constData());
 }
