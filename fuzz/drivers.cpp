@@ -3,6 +3,8 @@
 
 #include "drivers.h"
 
+#include "generator.h"
+
 #include "../tests/testtools.h"
 #include "../tests/zqxml/plainconversion.h"
 
@@ -273,6 +275,16 @@ bool isSame(double a, double b)
 }
 
 } // namespace
+
+QByteArray drivers::textExample(quint32 seed)
+{
+    return Generator(seed).textInput();
+}
+
+QByteArray drivers::treeExample(quint32 seed)
+{
+    return Generator(seed).treeInput();
+}
 
 QString drivers::textToXml(const QByteArray &input)
 {

@@ -38,16 +38,23 @@ QString numbers(const QByteArray &input);
 /** Two tables and packet text, which becomes XML, text, and XML again, each time compared with the plain form. */
 QString roundTrip(const QByteArray &input);
 
+/** Returns an input for textToXml(), numbers() and roundTrip(), as likely to be good as to be bad in some place. */
+QByteArray textExample(quint32 seed);
+
+/** Returns an input for xmlToText(). */
+QByteArray treeExample(quint32 seed);
+
 struct Driver {
     const char *name; ///< of the fuzzer, and of the folder of its inputs
     QString (*run)(const QByteArray &input);
+    QByteArray (*example)(quint32 seed); ///< a random input
 };
 
 constexpr Driver ALL[] = {
-    {"text-to-xml", textToXml},
-    {"xml-to-text", xmlToText},
-    {"numbers", numbers},
-    {"round-trip", roundTrip},
+    {"text-to-xml", textToXml, textExample},
+    {"xml-to-text", xmlToText, treeExample},
+    {"numbers", numbers, textExample},
+    {"round-trip", roundTrip, textExample},
 };
 
 } // namespace drivers

@@ -3,6 +3,7 @@
 
 #include "drivers.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -17,4 +18,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         std::abort();
     }
     return 0;
+}
+
+extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t *data, std::size_t size, std::size_t maximum);
+
+/** Now and then goes on from a random input that is well formed, which changes of bytes rarely lead to. */
+extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t *data, std::size_t size, std::size_t maximum,
+                                               unsigned int seed)
+{
+    if (seed % 32 != 0)
+        return LLVMFuzzerMutate(data, size, maximum);
+    const QByteArray example = drivers::ALL[ZQXML_FUZZ_DRIVER].example(seed / 32);
+    const std::size_t kept = std::min(static_cast<std::size_t>(example.size()), maximum);
+    std::copy_n(example.constData(), kept, data);
+    return kept;
 }

@@ -1,7 +1,6 @@
 // SPDX-FileCopyrightText: 2026 The zqxml developers
 // SPDX-License-Identifier: MIT
 
-#include "plainconversion.h"
 #include "testtools.h"
 
 #include <fuzz/drivers.h>
@@ -40,9 +39,7 @@ void tst_FuzzReplay::replay()
         QVERIFY2(difference.isEmpty(), qPrintable(path + QLatin1Char(' ') + difference));
     }
     for (quint32 seed = 0; seed < 1000; ++seed) {
-        plain::Generator generator(seed);
-        const QByteArray input = name == QLatin1String("xml-to-text") ? generator.treeInput() : generator.textInput();
-        const QString difference = drivers::ALL[driver].run(input);
+        const QString difference = drivers::ALL[driver].run(drivers::ALL[driver].example(seed));
         QVERIFY2(difference.isEmpty(), qPrintable(QStringLiteral("seed %1: %2").arg(seed).arg(difference)));
     }
 }
