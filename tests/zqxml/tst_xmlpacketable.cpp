@@ -42,6 +42,7 @@ private Q_SLOTS:
     void elements();
     void lineIsSplitAtFirstBlank();
     void setData();
+    void setDataIntoAnItem();
     void unknownTagInTableOfAnySize();
     void everyPolicyKeepsTheNames();
     void nestingLimit();
@@ -145,6 +146,7 @@ void tst_XMLPacketable::elements()
         }
         QDomElement null;
         QVERIFY(make(null, QStringLiteral("9"), QStringLiteral("1 b")).isNull());
+        QVERIFY2(make(parent, QString(), QStringLiteral("1 b")).isNull(), "no element is without a name");
     }
     QCOMPARE(dump(parent), dump(plainObject.getNode()));
     XMLPacketable other;
@@ -205,6 +207,23 @@ void tst_XMLPacketable::setData()
         record.payload = nullptr;
         record.name = nullptr;
         QCOMPARE(dump(object.getNode()), row.tree);
+    }
+}
+
+void tst_XMLPacketable::setDataIntoAnItem()
+{
+    for (const unsigned int type : {0x1fu, 6u, 0x77u}) {
+        TextRecord record("1 a\nSL 1\nTL 0\n2 b\n", static_cast<PACKETDATATYPES>(type));
+        XMLPacketable holder;
+        QDomElement parent = holder.getNode();
+        XMLPacketable object;
+        object.setNode(XMLPacketable::createItemElement(parent, QStringLiteral("x")));
+        object.setData(record);
+        XMLPacketable plainHolder;
+        QDomElement item = plain::add(plainHolder.getNode(), QStringLiteral("item"));
+        item.setAttribute(QStringLiteral("datatype"), QString::number(type, 16));
+        plain::read(item, "1 a\nSL 1\nTL 0\n2 b\n", 19);
+        QCOMPARE(dump(object.getNode()), dump(item));
     }
 }
 
