@@ -37,8 +37,8 @@ public:
     /** Makes a view of \a packetable, the "packetable" element of a record. */
     explicit XMLRecord(const QDomElement &packetable);
 
-    XMLRecord(const XMLRecord &other);
-    XMLRecord &operator=(const XMLRecord &other);
+    XMLRecord(const XMLRecord &other); ///< Makes a second view of the same element.
+    XMLRecord &operator=(const XMLRecord &other); ///< Makes this a view of the other's element.
     ~XMLRecord();
 
     bool isNull() const; ///< Returns true when there is no element.

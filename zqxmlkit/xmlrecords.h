@@ -17,11 +17,11 @@ class XMLPacket;
 class ZQXMLKIT_EXPORT XMLRecordIterator
 {
 public:
-    using iterator_category = std::input_iterator_tag;
-    using value_type = XMLRecord;
-    using difference_type = std::ptrdiff_t;
-    using pointer = const XMLRecord *;
-    using reference = const XMLRecord &;
+    using iterator_category = std::input_iterator_tag; ///< Goes through once.
+    using value_type = XMLRecord; ///< As the standard asks.
+    using difference_type = std::ptrdiff_t; ///< As the standard asks.
+    using pointer = const XMLRecord *; ///< As the standard asks.
+    using reference = const XMLRecord &; ///< As the standard asks.
 
     /** Makes the iterator of the first "packetable" element from \a node on, among its siblings; null for the end. */
     explicit XMLRecordIterator(const QDomNode &node = QDomNode());
