@@ -60,6 +60,11 @@ private:
         return rows;
     }
 
+    static QString firstKey()
+    {
+        return run(QStringLiteral("SELECT printf('%x:%x', zqkey, hkey) FROM outputs ORDER BY id")).first().first();
+    }
+
     /** Returns the lines of the reply to a request, as the store has them; with "no reply" alone when there is none. */
     static QStringList model(int request, const QStringList &keys, bool excludePublications)
     {
@@ -220,8 +225,8 @@ void tst_XMLCommServer::answers()
         }
         XMLAction action(QStringLiteral("request"), request, second->getAgentID());
         QDomElement node = action.getNode();
-        const int broken =
-            below(8); // both lists are needed, a part that is no number empties one, extra parts are left out
+        // Both lists are needed, a part that is no number empties one, parts without another half are left out.
+        const int broken = below(8);
         if (broken == 2)
             halves[0] << QStringLiteral("5") << QStringLiteral("6");
         if (broken == 3)
@@ -249,15 +254,18 @@ void tst_XMLCommServer::answers()
 void tst_XMLCommServer::faults_data()
 {
     QTest::addColumn<bool ZQFAULTS::*>("fault");
-    QTest::addColumn<QList<int>>("counts"); // of records in the replies to 1000, 1001, 1002 and 1003; -1 for no reply
+    QTest::addColumn<QList<int>>(
+        "counts"); // of records in the replies to 1000 to 1003 and to 1003 with a key; -1 for none
     const auto count = [](int request) { return int(model(request, QStringList(), true).size()); };
-    const QList<int> all{count(1000), count(1001), count(1002), count(1003)};
+    const QList<int> all{count(1000), count(1001), count(1002), count(1003),
+                         int(model(1003, {firstKey()}, true).size())};
     QTest::newRow("records without a text are sent, too") << &ZQFAULTS::noText << all;
     QTest::newRow("a reply reads no text") << &ZQFAULTS::refusedText << all;
     QTest::newRow("only the converter of outputs is asked for by its type")
-        << &ZQFAULTS::unknownTypes << QList<int>{-1, all.at(1), all.at(2), all.at(3)};
-    QTest::newRow("nothing is found") << &ZQFAULTS::emptyChains << QList<int>{-1, -1, -1, 0};
-    QTest::newRow("what comes with an error is not looked at") << &ZQFAULTS::brokenChains << QList<int>{-1, -1, -1, 0};
+        << &ZQFAULTS::unknownTypes << QList<int>{-1, all.at(1), all.at(2), all.at(3), all.at(4)};
+    QTest::newRow("nothing is found") << &ZQFAULTS::emptyChains << QList<int>{-1, -1, -1, 0, 0};
+    QTest::newRow("entries that come with an error are not looked at, jobs and books are")
+        << &ZQFAULTS::brokenChains << QList<int>{-1, -1, -1, 0, 1};
 }
 
 void tst_XMLCommServer::faults()
@@ -265,8 +273,14 @@ void tst_XMLCommServer::faults()
     QFETCH(bool ZQFAULTS::*, fault);
     QFETCH(QList<int>, counts);
     ZQFaults().*fault = true;
-    for (int i = 0; i < 4; ++i) {
-        const QStringList lines = ask(1000 + i);
+    for (int i = 0; i < 5; ++i) {
+        XMLAction action(QString(), qMin(1000 + i, 1003), 0);
+        QDomElement node = action.getNode();
+        if (i == 4) {
+            XMLObject::setProperty(node, QStringLiteral("zqkey_key_list"), firstKey().section(QLatin1Char(':'), 0, 0));
+            XMLObject::setProperty(node, QStringLiteral("zqkey_hkey_list"), firstKey().section(QLatin1Char(':'), 1));
+        }
+        const QStringList lines = ask(*first, {&action});
         QCOMPARE(lines.contains(QStringLiteral("no reply")) ? -1 : int(lines.size()), counts.at(i));
     }
     outputsReplies = counts.at(0) > 0;
@@ -323,8 +337,7 @@ void tst_XMLCommServer::queries()
     int count = 0;
     for (const ZQLIST_ELEMENT *job = jobs; job; job = job->next)
         ++count;
-    const QString text = QString::number(key.key, 16) + QLatin1Char(':') + QString::number(key.hkey, 16);
-    QCOMPARE(count, int(model(1003, {text, text}, false).size()));
+    QCOMPARE(count, int(model(1003, {firstKey(), firstKey()}, false).size()));
     ZQPacketFreeList(&outputs, DBLIST_ENTRY_TYPE);
     ZQPacketFreeList(&jobs, JOB_TYPE);
 }
