@@ -115,11 +115,15 @@ bool WireReader::read(const QByteArray &wire, QString *error)
     else if (XML_Parse(parser.get(), wire.constData(), static_cast<int>(wire.size()), XML_TRUE) == XML_STATUS_OK
              && !refusal)
         return true;
-    if (error)
+    if (error) {
+        // From the place, for the calls that give line and column have other names in newer versions of the parser.
+        const QByteArray before =
+            wire.left(static_cast<int>(qMax<XML_Index>(0, XML_GetCurrentByteIndex(parser.get()))));
         *error = QStringLiteral("line %1, column %2: %3")
-                     .arg(qMax<qulonglong>(1, XML_GetCurrentLineNumber(parser.get())))
-                     .arg(XML_GetCurrentColumnNumber(parser.get()) + 1)
+                     .arg(before.count('\n') + 1)
+                     .arg(QString::fromUtf8(before.mid(before.lastIndexOf('\n') + 1)).size() + 1)
                      .arg(QLatin1String(refusal ? refusal : XML_ErrorString(XML_GetErrorCode(parser.get()))));
+    }
     return false;
 }
 
