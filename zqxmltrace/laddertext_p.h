@@ -1,0 +1,21 @@
+// SPDX-FileCopyrightText: 2026 The zqxml developers
+// SPDX-License-Identifier: MIT
+
+#ifndef ZQXMLTRACE_LADDERTEXT_P_H
+#define ZQXMLTRACE_LADDERTEXT_P_H
+
+#include <QString>
+
+/** Returns \a text with "?" for what a terminal or a line of text would act on: controls, and marks of direction. */
+QString visible(QString text);
+
+/** Returns \a text for a message or a name of a Mermaid diagram. */
+QString mermaidText(const QString &text);
+
+/** Returns \a nanoseconds in the unit that suits them: "1.25 ms". */
+QString duration(qint64 nanoseconds);
+
+/** Returns \a nanoseconds since the trace began in seconds: "12.034567". */
+QString shortTime(qint64 nanoseconds);
+
+#endif

@@ -1,0 +1,241 @@
+// SPDX-FileCopyrightText: 2026 The zqxml developers
+// SPDX-License-Identifier: MIT
+
+#include "xmlladder.h"
+
+#include "laddertext_p.h"
+
+#include <QIODevice>
+
+#include <algorithm>
+
+namespace {
+
+constexpr int COLUMN_WIDTH = 24; // places of a terminal
+constexpr qint64 PAUSE = 100000000; // nanoseconds without an arrow that are drawn as a pause
+
+// Packets are numbered in each trace anew.
+quint64 keyOf(int process, quint64 packet)
+{
+    return packet | (static_cast<quint64>(process) << 48);
+}
+
+quint64 keyOf(const XMLTraceEvent &event)
+{
+    return keyOf(event.process, event.packet);
+}
+
+QString fitted(const QString &text, int width)
+{
+    return text.size() <= width ? text : text.left(width - 1) + QChar(0x2026);
+}
+
+} // namespace
+
+void XMLLadder::setName(const XMLTraceAgent &agent, const QString &name)
+{
+    names[agent] = name;
+}
+
+void XMLLadder::add(const XMLTraceEvent &event)
+{
+    if (event.isAgentEvent())
+        return;
+    auto found = places.find(keyOf(event));
+    if (found == places.end()) {
+        if (event.event == XMLTraceEvent::Delivered)
+            return;
+        Row row{event.time, event.packet, event.process,  0,         0, Waiting, -1, -1,
+                -1,         event.bytes,  labelOf(event), event.wire};
+        row.source = columnOf(event.process, event.source, event.sourceType);
+        row.destination = columnOf(event.process, event.destination, event.destinationType);
+        found = places.emplace(keyOf(event), rows.size()).first;
+        rows.push_back(row);
+    }
+    Row &row = rows[found->second];
+    const quint64 answered = requests.add(event);
+    switch (event.event) {
+    case XMLTraceEvent::Queued: {
+        const auto request = asked.find(keyOf(event.process, answered));
+        if (request != asked.end()) {
+            row.answered = static_cast<qint64>(request->second);
+            asked.erase(request);
+        } else if (!event.actionTypes.isEmpty()) {
+            asked.emplace(keyOf(event), found->second);
+        }
+        return;
+    }
+    case XMLTraceEvent::Delivering:
+        row.outcome = Delivered;
+        row.delay = event.time - row.time;
+        return;
+    case XMLTraceEvent::Delivered:
+        row.duration = event.time - row.time - row.delay;
+        break;
+    case XMLTraceEvent::Undeliverable:
+        row.outcome = UnknownDestination;
+        break;
+    default:
+        row.outcome = event.reason == XMLRouterObserver::Repeat ? Repeat : UnknownSource;
+        break;
+    }
+    places.erase(found);
+}
+
+int XMLLadder::columnOf(int process, int id, int type)
+{
+    const auto [found, isNew] = columnNumbers.emplace(XMLTraceAgent{process, id}, columns.size());
+    if (isNew)
+        columns.push_back({found->first, type});
+    Column &column = columns[static_cast<std::size_t>(found->second)];
+    if (type != XMLAgent::NO_AGENT_TYPE)
+        column.type = type;
+    return found->second;
+}
+
+QString XMLLadder::titleOf(int column) const
+{
+    const Column &shown = columns[static_cast<std::size_t>(column)];
+    const auto named = names.find(shown.agent);
+    const QString id = QString::number(shown.agent.id);
+    if (named != names.end())
+        return visible(named->second) + QLatin1Char(' ') + id;
+    if (shown.agent.id == -1 && shown.type == XMLAgent::COMM_SERVER_AGENT_TYPE)
+        return QStringLiteral("comm server -1");
+    return shown.type == XMLAgent::NO_AGENT_TYPE ? QStringLiteral("nobody ") + id
+                                                 : QStringLiteral("agent %1 type %2").arg(id).arg(shown.type);
+}
+
+std::vector<XMLLadder::Arrow> XMLLadder::arrows() const
+{
+    std::vector<Arrow> result;
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        if (!result.empty()) {
+            const Row &last = rows[result.back().first];
+            const Row &row = rows[i];
+            if (last.source == row.source && last.destination == row.destination && last.outcome == row.outcome
+                && last.label == row.label && last.answered < 0 && row.answered < 0
+                && row.time - rows[i - 1].time < PAUSE) {
+                ++result.back().count;
+                continue;
+            }
+        }
+        result.push_back({i, 1});
+    }
+    return result;
+}
+
+QString XMLLadder::captionOf(const Arrow &arrow) const
+{
+    const Row &row = rows[arrow.first];
+    QString text = row.label;
+    if (arrow.count > 1)
+        text += QStringLiteral(" x %1").arg(arrow.count);
+    if (row.answered >= 0)
+        text += QStringLiteral(", reply to #%1").arg(rows[static_cast<std::size_t>(row.answered)].packet);
+    if (row.outcome != Delivered)
+        text += QStringLiteral(" (%1)").arg(QLatin1String(nameOf(row.outcome)));
+    return text;
+}
+
+QString XMLLadder::labelOf(const XMLTraceEvent &event)
+{
+    QString text;
+    for (int kind = 0; kind < XMLTraceEvent::KindCount; ++kind) {
+        const int count = event.kinds[static_cast<std::size_t>(kind)];
+        if (count == 0)
+            continue;
+        text += text.isEmpty() ? QString() : QStringLiteral(", ");
+        if (count > 1)
+            text += QString::number(count) + QLatin1Char(' ');
+        text += QLatin1String(XMLTraceEvent::nameOf(static_cast<XMLTraceEvent::Kind>(kind)));
+        if (kind == XMLTraceEvent::Action) {
+            for (const int type : event.actionTypes)
+                text += QLatin1Char(' ') + QString::number(type);
+        }
+    }
+    return text.isEmpty() ? QStringLiteral("empty") : text;
+}
+
+const char *XMLLadder::nameOf(Outcome outcome)
+{
+    switch (outcome) {
+    case Waiting:
+        return "not delivered yet";
+    case Delivered:
+        break;
+    case Repeat:
+        return "dropped: repeat";
+    case UnknownSource:
+        return "dropped: unregistered source";
+    case UnknownDestination:
+        return "undeliverable";
+    }
+    return "";
+}
+
+bool XMLLadder::writeText(QIODevice *device) const
+{
+    const int margin = 12;
+    const auto put = [device](QString line) {
+        while (line.endsWith(QLatin1Char(' ')))
+            line.chop(1);
+        return device->write(line.toUtf8() + '\n') >= 0;
+    };
+    const int count = static_cast<int>(columns.size());
+    QString head(margin, QLatin1Char(' '));
+    QString lines(margin, QLatin1Char(' '));
+    for (int i = 0; i < count; ++i) {
+        head += fitted(titleOf(i), COLUMN_WIDTH - 2).leftJustified(COLUMN_WIDTH);
+        lines += QString(QChar(0x2502)).leftJustified(COLUMN_WIDTH);
+    }
+    bool good = put(head) && put(lines);
+    qint64 last = rows.empty() ? 0 : rows.front().time;
+    for (const Arrow &arrow : arrows()) {
+        const Row &row = rows[arrow.first];
+        if (row.time - last >= PAUSE)
+            good = good
+                && put(QString(margin, QLatin1Char(' ')) + QChar(0x22ee) + QLatin1Char(' ')
+                       + duration(row.time - last));
+        last = rows[arrow.first + arrow.count - 1].time;
+        QString line = lines;
+        const int from = margin + row.source * COLUMN_WIDTH;
+        const int to = margin + row.destination * COLUMN_WIDTH;
+        const bool broken = row.outcome != Delivered && row.outcome != Waiting;
+        if (from == to) {
+            line.replace(from, 3, QStringLiteral("\u251c\u2500\u21ba"));
+        } else {
+            const int left = std::min(from, to) + 1;
+            const int right = std::max(from, to) - 1;
+            line.replace(left, right - left + 1,
+                         QString(right - left + 1, row.answered >= 0 ? QChar(0x2504) : QChar(0x2500)));
+            line[from < to ? right : left] = broken ? QChar(0x2717) : from < to ? QChar(0x25b6) : QChar(0x25c0);
+        }
+        line.replace(0, margin, shortTime(row.time).rightJustified(margin - 2) + QStringLiteral("  "));
+        good = good && put(line + QStringLiteral("#%1 ").arg(row.packet) + captionOf(arrow));
+    }
+    return good;
+}
+
+bool XMLLadder::writeMermaid(QIODevice *device) const
+{
+    QString text = QStringLiteral("sequenceDiagram\n");
+    for (std::size_t i = 0; i < columns.size(); ++i)
+        text += QStringLiteral("    participant a%1 as %2\n")
+                    .arg(QString::number(i), mermaidText(titleOf(static_cast<int>(i))));
+    qint64 last = rows.empty() ? 0 : rows.front().time;
+    for (const Arrow &arrow : arrows()) {
+        const Row &row = rows[arrow.first];
+        if (row.time - last >= PAUSE && !columns.empty())
+            text += QStringLiteral("    Note over a0: %1\n").arg(duration(row.time - last));
+        last = rows[arrow.first + arrow.count - 1].time;
+        const bool broken = row.outcome != Delivered && row.outcome != Waiting;
+        const QString line = broken ? QStringLiteral("-x")
+            : row.answered >= 0     ? QStringLiteral("-->>")
+                                    : QStringLiteral("->>");
+        text += QStringLiteral("    a%1%2a%3: %4\n")
+                    .arg(QString::number(row.source), line, QString::number(row.destination),
+                         mermaidText(QStringLiteral("#%1 ").arg(row.packet) + captionOf(arrow)));
+    }
+    return device->write(text.toUtf8()) >= 0;
+}

@@ -1,0 +1,45 @@
+// SPDX-FileCopyrightText: 2026 The zqxml developers
+// SPDX-License-Identifier: MIT
+
+#include "xmltraceevent.h"
+
+const char *XMLTraceEvent::nameOf(Event event)
+{
+    switch (event) {
+    case AgentAdded:
+        return "added";
+    case AgentRemoved:
+        return "removed";
+    case Dropped:
+        return "dropped";
+    case Queued:
+        return "queued";
+    case Undeliverable:
+        return "undeliverable";
+    case Delivering:
+        return "delivering";
+    case Delivered:
+        return "delivered";
+    }
+    return "";
+}
+
+const char *XMLTraceEvent::nameOf(Kind kind)
+{
+    switch (kind) {
+    case Packetable:
+        return "packetable";
+    case Action:
+        return "action";
+    case UI:
+        return "ui";
+    case Image:
+        return "img";
+    case Message:
+        return "msg";
+    case Other:
+    case KindCount:
+        break;
+    }
+    return "other";
+}
