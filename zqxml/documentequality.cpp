@@ -25,12 +25,6 @@ Verdict differentIf(bool certain)
     return certain ? Verdict::Different : Verdict::Unsure;
 }
 
-// Most strings that are compared are equal and short, or even shared: the toolkit's operator costs several times this.
-bool areSame(const QString &a, const QString &b)
-{
-    return a.size() == b.size() && (a.constData() == b.constData() || std::equal(a.cbegin(), a.cend(), b.cbegin()));
-}
-
 // A name that is not empty and holds none of these ends where its tag says so.
 bool isPlain(const QString &name)
 {

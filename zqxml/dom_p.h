@@ -6,6 +6,8 @@
 
 #include <QDomDocument>
 
+#include <algorithm>
+
 /**
  * \file
  * Every element and text node of this library is made here. Record elements are named by numbers, and the toolkit would
@@ -51,23 +53,35 @@ inline QDomText newText(QDomDocument &document, const QString &text)
 }
 
 /**
- * Frees \a element, which hangs nowhere, of its link to its document. The toolkit keeps that link when the document
- * goes, unless the element hangs in the document then.
+ * Returns true when \a a and \a b are equal. Names and values are short and mostly equal, or even shared: the toolkit's
+ * operator costs several times this.
  */
-inline void forgetDocument(const QDomElement &element)
+inline bool areSame(const QString &a, const QString &b)
 {
+    return a.size() == b.size() && (a.constData() == b.constData() || std::equal(a.cbegin(), a.cend(), b.cbegin()));
+}
+
+/**
+ * Frees \a element of its link to its document, if it hangs nowhere: the toolkit keeps that link when the document
+ * goes, but for elements that hang in it.
+ */
+inline void forgetDocumentIfAlone(const QDomElement &element)
+{
+    if (!element.parentNode().isNull() || element.ownerDocument().isNull())
+        return;
     QDomDocument passing;
     QDomElement parent = newElement(passing, QStringLiteral("e"));
     passing.appendChild(parent);
     parent.appendChild(element);
 }
 
-/** Returns the text() of \a element, never null; shares the string of a single text node instead of copying it. */
-inline QString textOf(const QDomElement &element)
+/** Returns the text() of the element \a n, never null; shares the string of a single text node instead of copying it.
+ */
+inline QString textOf(const QDomNode &n)
 {
-    const QDomNode first = element.firstChild();
+    const QDomNode first = n.firstChild();
     if (first.nodeType() != QDomNode::TextNode || !first.nextSibling().isNull())
-        return element.text();
+        return n.toElement().text();
     const QString value = first.nodeValue();
     return value.isNull() ? QStringLiteral("") : value;
 }

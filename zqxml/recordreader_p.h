@@ -126,9 +126,21 @@ private:
     const QString &nameOf(unsigned int number, View tag)
     {
         QString &name = names[number % names.size()];
-        if (name != tag)
+        if (!isSpeltAs(name, tag))
             name = stringOf(tag);
         return name;
+    }
+
+    template <typename View>
+    static bool isSpeltAs(const QString &name, View tag)
+    {
+        if (name.size() != tag.size())
+            return false;
+        for (decltype(tag.size()) i = 0; i < tag.size(); ++i) {
+            if (name.at(i).unicode() != tag.at(i).unicode())
+                return false;
+        }
+        return true;
     }
 
     std::array<QString, 128> names; // as they were last spelt

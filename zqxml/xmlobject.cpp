@@ -81,8 +81,7 @@ XMLObject::XMLObject(XMLOBJECT_TYPE type) : objectType(type), node(newElement(ow
 
 XMLObject::~XMLObject()
 {
-    if (node.parentNode().isNull() && !node.ownerDocument().isNull())
-        forgetDocument(node);
+    forgetDocumentIfAlone(node);
 }
 
 QDomElement XMLObject::getNode() const
@@ -249,21 +248,21 @@ void XMLObject::removeNodesOfType(QDomElement &parent, XMLOBJECT_TYPE type)
 
 bool XMLObject::hasProperty(const QDomElement &e, const QString &key)
 {
-    return !getElement(e, key).isNull();
+    return e.namedItem(key).isElement();
 }
 
 QString XMLObject::getProperty(const QDomElement &e, const QString &key)
 {
-    const QDomElement property = getElement(e, key);
-    return property.isNull() ? QString() : textOf(property);
+    const QDomNode property = e.namedItem(key);
+    return property.isElement() ? textOf(property) : QString();
 }
 
 void XMLObject::setProperty(QDomElement &e, const QString &key, const QString &value)
 {
     if (e.isNull())
         return;
-    const QDomElement found = getElement(e, key);
-    if (!found.isNull()) {
+    const QDomNode found = e.namedItem(key);
+    if (found.isElement()) {
         QDomNode child = found.firstChild();
         while (!child.isNull() && child.nodeType() != QDomNode::TextNode)
             child = child.nextSibling();

@@ -71,10 +71,8 @@ XMLPacket::~XMLPacket()
 // Elements that somebody else holds stay as they are; no handle to one is left with a link to what is gone.
 void XMLPacket::release()
 {
-    for (const QDomElement &element : {rootElement, bodyElement}) {
-        if (!element.isNull() && element.parentNode().isNull()) // a caller took it out
-            forgetDocument(element);
-    }
+    forgetDocumentIfAlone(rootElement);
+    forgetDocumentIfAlone(bodyElement);
     sourceElement.clear();
     destinationElement.clear();
     packetDocument.clear();
@@ -117,13 +115,13 @@ XMLPacket &XMLPacket::operator=(const XMLPacket &other)
 // the destination's is \a destination.
 bool XMLPacket::beginsWithHeader(const QString &destination) const
 {
-    return rootElement == packetDocument.firstChild() && rootElement.nodeName() == rootNodeName(XML_PACKET)
+    return rootElement == packetDocument.firstChild() && areSame(rootElement.nodeName(), rootNodeName(XML_PACKET))
         && !rootElement.hasAttributes() && headerElement == rootElement.firstChild()
-        && headerElement.nodeName() == HEADER && !headerElement.hasAttributes()
-        && sourceElement == headerElement.firstChild() && sourceElement.nodeName() == SOURCE
+        && areSame(headerElement.nodeName(), HEADER) && !headerElement.hasAttributes()
+        && sourceElement == headerElement.firstChild() && areSame(sourceElement.nodeName(), SOURCE)
         && !sourceElement.hasChildNodes()
         && sourceElement.attributes().length() == (sourceElement.hasAttribute(AGENT_ID) ? 1 : 0)
-        && destinationElement == sourceElement.nextSibling() && destinationElement.nodeName() == DESTINATION
+        && destinationElement == sourceElement.nextSibling() && areSame(destinationElement.nodeName(), DESTINATION)
         && destinationElement.attributes().length() == (destination.isNull() ? 0 : 1);
 }
 
@@ -134,7 +132,8 @@ bool XMLPacket::operator==(const XMLPacket &other) const
     // Packets to different agents are the most frequent that differ.
     const QString destination = destinationElement.attribute(AGENT_ID);
     const QString otherDestination = other.destinationElement.attribute(AGENT_ID);
-    if (destination != otherDestination && beginsWithHeader(destination) && other.beginsWithHeader(otherDestination))
+    if (!areSame(destination, otherDestination) && beginsWithHeader(destination)
+        && other.beginsWithHeader(otherDestination))
         return false;
     return printAlike(packetDocument, other.packetDocument);
 }
