@@ -159,18 +159,15 @@ write_basic_package_version_file("${config}Version.cmake" COMPATIBILITY SameMajo
 install(FILES "${config}.cmake" "${config}Version.cmake" DESTINATION "${zqxml_cmakedir}" COMPONENT development)
 
 if(TARGET zqxml-query)
-    zqxml_set_install_rpath(BINDIR zqxml-query zqxml-store)
+    include(cmake/Completion.cmake)
     set(zqxml_tools zqxml-query zqxml-store)
-    set(zqxml_other_tools zqxml-store zqxml-query)
+    zqxml_set_install_rpath(BINDIR ${zqxml_tools})
     install(TARGETS ${zqxml_tools} RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tools)
-    foreach(tool other IN ZIP_LISTS zqxml_tools zqxml_other_tools)
+    foreach(tool IN LISTS zqxml_tools)
         set(command ${tool}${ZQXML_NAME_SUFFIX})
-        set(other ${other}${ZQXML_NAME_SUFFIX})
         configure_file(docs/man/${tool}.1.in "${PROJECT_BINARY_DIR}/docs/${command}.1" @ONLY)
         install(FILES "${PROJECT_BINARY_DIR}/docs/${command}.1"
             DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT tools)
-        configure_file(completion/${tool}.bash.in "${PROJECT_BINARY_DIR}/completion/${command}" @ONLY)
-        install(FILES "${PROJECT_BINARY_DIR}/completion/${command}"
-            DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" COMPONENT tools)
+        zqxml_add_completion(${tool} ${command})
     endforeach()
 endif()

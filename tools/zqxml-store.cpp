@@ -3,13 +3,13 @@
 
 // Makes databases for the stand-in's command server.
 
+#include "progress.h"
 #include "toolsupport.h"
 
 #include <standin/zqstandin.h>
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 
@@ -17,6 +17,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 #include <unistd.h>
 
 namespace {
@@ -28,21 +29,14 @@ struct Order {
     ZQSTORESIZE size;
 };
 
-QString readNumber(const QCommandLineParser &parser, const QString &option, unsigned int &number)
-{
-    if (!parser.isSet(option))
-        return QString();
-    bool ok = false;
-    number = parser.value(option).toUInt(&ok);
-    return ok ? QString() : QStringLiteral("'%1' is no number for --%2").arg(parser.value(option), option);
-}
-
 /** Fills the order from the parsed command line; returns what is wrong with it, or nothing. */
 QString readArguments(const QCommandLineParser &parser, Order &order)
 {
     const QStringList words = parser.positionalArguments();
-    if (words.size() != 2 || words.at(0) != QLatin1String("create") || words.at(1).isEmpty())
+    if (words.size() < 2 || words.at(0) != QLatin1String("create") || words.at(1).isEmpty())
         return QStringLiteral("'create' and a file are needed");
+    if (words.size() > 2)
+        return QStringLiteral("'%1' is one word too many after the file").arg(words.at(2));
     order.file = words.at(1);
     order.force = parser.isSet(QStringLiteral("force"));
     order.sample = parser.isSet(QStringLiteral("sample"));
@@ -58,7 +52,7 @@ QString readArguments(const QCommandLineParser &parser, Order &order)
                    {QStringLiteral("books"), order.size.books},
                    {QStringLiteral("seed"), seed}};
     for (const auto &each : numbers) {
-        QString wrong = readNumber(parser, each.option, each.number);
+        QString wrong = readNumber(parser, each.option, 0, std::numeric_limits<unsigned int>::max(), each.number);
         if (!wrong.isEmpty())
             return wrong;
         sized = sized || parser.isSet(each.option);
@@ -72,38 +66,6 @@ QString readArguments(const QCommandLineParser &parser, Order &order)
         return QStringLiteral("--books needs --publications");
     return QString();
 }
-
-/** Shows how far the work is, once it has taken a second and if somebody looks. */
-class Progress
-{
-public:
-    Progress() : watched(::isatty(STDERR_FILENO) != 0)
-    {
-        timer.start();
-    }
-
-    ~Progress()
-    {
-        if (shown)
-            std::fputs("\r\033[K", stderr);
-    }
-    Q_DISABLE_COPY(Progress)
-
-    void show(unsigned long long done, unsigned long long total)
-    {
-        if (!watched || timer.elapsed() < next)
-            return;
-        std::fprintf(stderr, "\r%llu of %llu records, %llu %%", done, total, done * 100 / total);
-        shown = true;
-        next = timer.elapsed() + 100;
-    }
-
-private:
-    QElapsedTimer timer;
-    qint64 next = 1000; ///< milliseconds
-    const bool watched;
-    bool shown = false;
-};
 
 /** A file beside the one wanted, which takes its place once it is finished and is removed if it never is. */
 class Draft
@@ -150,28 +112,43 @@ QString rename(const QString &from, const QString &to, bool overwrite)
     return result == 0 ? QString() : QString::fromUtf8(std::strerror(errno));
 }
 
+/** Returns why the file must not be made or overwritten, or nothing. */
+QString findObstacle(const Order &order)
+{
+    const QFileInfo there(order.file);
+    if (there.isSymLink() && !there.exists())
+        return QStringLiteral("a symbolic link to a file that does not exist");
+    if (there.exists() && !order.force)
+        return QStringLiteral("exists; --force would overwrite it");
+    if (there.exists() && !there.isFile() && !there.isDir()) // a device must not be replaced by a file
+        return QStringLiteral("not a regular file");
+    return QString();
+}
+
+bool fillDraft(const QString &file, const Order &order, QString *error)
+{
+    if (order.sample)
+        return ZQCreateSampleStore(file, error);
+    Progress progress;
+    const auto showProgress = [&progress](unsigned long long done, unsigned long long total) {
+        if (progress.isDue())
+            progress.show(QStringLiteral("%1 of %2 records, %3 %").arg(done).arg(total).arg(done * 100 / total));
+    };
+    return ZQCreateStore(file, order.size, showProgress, error);
+}
+
 int create(const Order &order)
 {
-    const auto failHere = [&order](const QString &reason) { return fail(order.file + QStringLiteral(": ") + reason); };
-    const QFileInfo there(order.file);
-    if (there.exists() && !order.force)
-        return failHere(QStringLiteral("exists; --force would overwrite it"));
-    if (there.exists() && !there.isFile() && !there.isDir()) // a device must not be replaced by a file
-        return failHere(QStringLiteral("not a regular file"));
-    const Draft draft(order.file);
-    QString error;
-    bool ok = false;
-    if (order.sample) {
-        ok = ZQCreateSampleStore(draft.file, &error);
-    } else {
-        Progress progress;
-        ok = ZQCreateStore(
-            draft.file, order.size,
-            [&progress](unsigned long long done, unsigned long long total) { progress.show(done, total); }, &error);
+    QString error = findObstacle(order);
+    if (error.isEmpty()) {
+        // A symbolic link stays one: the file that it names is overwritten.
+        const QFileInfo there(order.file);
+        const QString target = there.isSymLink() ? there.canonicalFilePath() : order.file;
+        const Draft draft(target);
+        if (fillDraft(draft.file, order, &error))
+            error = rename(draft.file, target, order.force);
     }
-    if (ok)
-        error = rename(draft.file, order.file, order.force);
-    return error.isEmpty() ? Success : failHere(error);
+    return error.isEmpty() ? Success : fail(order.file + QStringLiteral(": ") + error);
 }
 
 } // namespace
