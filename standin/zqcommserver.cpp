@@ -71,8 +71,10 @@ template <typename MakeRecord>
 ZQLIST_ELEMENT *fetch(ZQCONNECTION *connection, QSqlQuery ZQCONNECTION::*member, const QVariantList &values,
                       const char *call, ZQLPCOMMANDS &commands, PACKETDATATYPES type, MakeRecord make)
 {
-    QString reason = QStringLiteral("no database");
-    if (!connection || !connection->begin(&reason))
+    if (!connection)
+        return refuse(connection, commands, call, QStringLiteral("no database"));
+    QString reason;
+    if (!connection->begin(&reason))
         return refuse(connection, commands, call, reason);
     if (ZQFaults().emptyChains)
         return nullptr;
