@@ -48,7 +48,7 @@ struct ZQXMLTRACE_EXPORT XMLTraceEvent {
     }
 
     qint64 time = 0; ///< nanoseconds since the trace began
-    Event event = Queued;
+    Event event = Queued; ///< what happened
     quint64 packet = 0; ///< numbers the packets of a trace from 1; 0 in an event of an agent
     int source = 0; ///< agent id; the agent itself in an event of an agent
     int destination = 0; ///< agent id

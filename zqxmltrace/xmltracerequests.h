@@ -14,8 +14,9 @@
 /** An agent of one of several traces that are read together. */
 struct XMLTraceAgent {
     int process = 0; ///< XMLTraceEvent::process
-    int id = 0;
+    int id = 0; ///< its number in that process
 
+    /** Orders by process, then by id. */
     bool operator<(const XMLTraceAgent &other) const
     {
         return std::tie(process, id) < std::tie(other.process, other.id);
@@ -34,7 +35,7 @@ class ZQXMLTRACE_EXPORT XMLTraceRequests
 public:
     /** An open request. */
     struct Request {
-        quint64 packet;
+        quint64 packet; ///< its number in the trace
         int type; ///< of its first action
     };
 

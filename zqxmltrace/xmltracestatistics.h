@@ -18,11 +18,11 @@
 class ZQXMLTRACE_EXPORT XMLTraceStatistics
 {
 public:
-    static constexpr std::size_t LIMIT = 4096;
+    static constexpr std::size_t LIMIT = 4096; ///< Pairs, and agents, that are counted one by one.
 
     /** What one agent sent to another: accepted and dropped packets alike. */
     struct Traffic {
-        quint64 packets = 0;
+        quint64 packets = 0; ///< all of them
         quint64 dropped = 0; ///< of these
         quint64 undeliverable = 0; ///< of these
         qint64 bytes = 0; ///< of those packets whose size was recorded
@@ -31,7 +31,7 @@ public:
     /** How long an agent kept the event loop. Times are in nanoseconds, without those of deliveries within. */
     struct Work {
         int type = XMLAgent::NO_AGENT_TYPE; ///< the agent's type, as far as the trace tells
-        quint64 deliveries = 0;
+        quint64 deliveries = 0; ///< calls of receive()
         qint64 time = 0; ///< inside receive(), all together
         qint64 longest = 0; ///< inside one receive()
         quint64 longestPacket = 0; ///< the packet of that
