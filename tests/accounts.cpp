@@ -130,9 +130,9 @@ int runWithAccounts(QObject &test, int argc, char **argv)
     int status = QTest::qExec(&test, argc, argv);
     long left = 0;
     // Where others keep the accounts nothing is counted.
-    for (int more = argc == 1 && blocks > 0 ? 4 : 0; status == 0 && more > 0; more = left > 0 ? more - 1 : 0) {
+    for (int more = blocks > 0 ? 4 : 0; status == 0 && more > 0; more = left > 0 ? more - 1 : 0) {
         const long before = blocks;
-        status = QTest::qExec(&test, {QString::fromLocal8Bit(argv[0]), QStringLiteral("-silent")});
+        status = QTest::qExec(&test, QCoreApplication::arguments() << QStringLiteral("-silent"));
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         left = blocks - before;
     }

@@ -11,8 +11,7 @@
  * record, a converter, or any block of memory.
  *
  * Blocks that a first run leaves may be caches of the toolkit or of the C library, so a program that passed is run
- * again, without a word, until no block is left over. What leaks leaves some each time. With arguments there is one
- * run.
+ * again, without a word, until no block is left over. What leaks leaves some each time.
  *
  * Memory is filled when it is allocated and when it is freed, and small blocks are kept for a while before they are
  * used again. So reading what is gone, or what was never written, gives nonsense or a crash, and writing to what is

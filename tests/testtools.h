@@ -13,12 +13,17 @@
 
 #include <QByteArray>
 #include <QDomElement>
+#include <QFile>
+#include <QRandomGenerator>
 #include <QStringList>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <memory>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 /**
@@ -86,6 +91,129 @@ inline bool readPacketText(ZQPacketable &record, const QByteArray &text)
     // A copy without the zero byte behind it, so that reading past its end is seen.
     std::vector<char> bytes(text.cbegin(), text.cend());
     return record.fromPacket(bytes.data(), static_cast<unsigned int>(bytes.size()), false, true);
+}
+
+/**
+ * Draws what happens next, from a seed. Whatever answers a call with the same call would go on for ever, so that calls
+ * within calls, and what happens in all, are bounded here.
+ */
+class Mischief
+{
+public:
+    int below(int bound)
+    {
+        return random.bounded(bound);
+    }
+
+    template <typename Container>
+    auto oneOf(const Container &container)
+    {
+        return *std::next(std::begin(container), below(static_cast<int>(std::size(container))));
+    }
+
+protected:
+    explicit Mischief(quint32 seed) : random(seed) { }
+
+    template <typename Step>
+    void act(Step step)
+    {
+        if (budget <= 0 || depth >= 12)
+            return;
+        --budget;
+        ++depth;
+        step();
+        --depth;
+    }
+
+    void calm()
+    {
+        budget = 0;
+    }
+
+private:
+    QRandomGenerator random;
+    int budget = 60;
+    int depth = 0;
+};
+
+inline QString shown(const QString &text)
+{
+    return text.isNull() ? QStringLiteral("null") : QLatin1Char('"') + text + QLatin1Char('"');
+}
+
+template <typename Number>
+QString shown(const QList<Number> &numbers)
+{
+    QString text;
+    for (const Number number : numbers)
+        text += QStringLiteral("%1 ").arg(number);
+    return QLatin1Char('[') + text.trimmed() + QLatin1Char(']');
+}
+
+template <typename Value>
+QString shown(const Value &value)
+{
+    if constexpr (std::is_base_of_v<QDomNode, Value>)
+        return dump(value);
+    else
+        return QVariant(value).toString();
+}
+
+/** Notes what an expression gives, in the list \c notes. */
+#define NOTE(expression) notes << QStringLiteral(#expression " = ") + shown(expression)
+
+/** Compares \a notes with those that the file keeps for the present test function, and clears them. */
+inline void compareWithKept(QStringList &notes, const QString &path)
+{
+    QFile file(path);
+    QVERIFY2(file.open(QIODevice::ReadOnly), qPrintable(file.errorString()));
+    const QString heading = QStringLiteral("[%1]\n").arg(QLatin1String(QTest::currentTestFunction()));
+    const QString kept = QString::fromUtf8(file.readAll()).section(heading, 1).section(QStringLiteral("\n\n"), 0, 0);
+    QString text = std::exchange(notes, {}).join(QLatin1Char('\n'));
+    for (QChar &c : text) {
+        if (c < QLatin1Char(' ') && c != QLatin1Char('\n'))
+            c = QChar(0x2400 + c.unicode()); // a picture of the control character
+    }
+    if (text != kept.trimmed())
+        QFAIL(qPrintable(QStringLiteral("not as kept:\n") + heading + text));
+}
+
+/** Compares the logs of what a plain model and the library do by the same seeds, known ones and new ones. */
+template <typename Model, typename Subject>
+void compareBySeeds(quint32 count)
+{
+    for (const quint32 first : {0u, QRandomGenerator::global()->generate()}) {
+        for (quint32 i = 0; i < count; ++i) {
+            const QStringList expected = Model(first + i).log;
+            const QStringList log = Subject(first + i).log;
+            if (log == expected)
+                continue;
+            const auto same =
+                std::mismatch(log.begin(), log.end(), expected.begin(), expected.end()).first - log.begin();
+            const QStringList before = log.mid(qMax(0, int(same) - 20), qMin(20, int(same)));
+            QFAIL(qPrintable(
+                QStringLiteral("seed %1: after %2: %3 instead of %4")
+                    .arg(first + i)
+                    .arg(before.join(QStringLiteral(", ")), log.value(int(same)), expected.value(int(same)))));
+        }
+    }
+}
+
+/** Returns the methods of \a meta without those that it inherits, each with its kind and access, in their order. */
+inline QString methodsOf(const QMetaObject &meta)
+{
+    static const char *const accesses[] = {"private", "protected", "public"};
+    static const char *const kinds[] = {"method", "signal", "slot"};
+    QStringList methods;
+    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
+        const QMetaMethod method = meta.method(i);
+        methods << QStringLiteral("%1 %2 %3 %4")
+                       .arg(QLatin1String(accesses[method.access()]), QLatin1String(kinds[method.methodType()]),
+                            QString::fromLatin1(method.methodSignature()),
+                            QString::fromLatin1(method.parameterNames().value(0)))
+                       .trimmed();
+    }
+    return methods.join(QStringLiteral(", "));
 }
 
 /** An agent that keeps what it receives, and does what a test wants when it is called. */
