@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <limits>
 #include <map>
+#include <type_traits>
 
 namespace {
 
@@ -32,6 +33,67 @@ unsigned int unicodeOf(char c)
 unsigned int unicodeOf(QChar c)
 {
     return c.unicode();
+}
+
+/** As the toolkit's comparison, without its calls: most names are short. */
+template <typename View>
+bool isEqual(View a, QLatin1String b)
+{
+    return a.size() == b.size()
+        && std::equal(a.begin(), a.end(), b.begin(), [](auto c, auto d) { return unicodeOf(c) == unicodeOf(d); });
+}
+
+int digitOf(QChar c)
+{
+    const unsigned int unicode = c.unicode();
+    if (unicode >= '0' && unicode <= '9')
+        return static_cast<int>(unicode - '0');
+    return unicode >= 'a' && unicode <= 'f' ? static_cast<int>(unicode - 'a' + 10) : 16;
+}
+
+/** Reads \a text as QString's own functions do: those take ten times as long, and most numbers are short and plain. */
+template <int base, typename Number>
+Number toNumber(const QString &text, Number (QString::*read)(bool *, int) const, bool *ok)
+{
+    const int negative = std::is_signed_v<Number> && text.startsWith(QLatin1Char('-')) ? 1 : 0;
+    constexpr int plainDigits = 7; // fit whatever the base and the type
+    Number number = 0;
+    if (text.size() == negative || text.size() > plainDigits + negative)
+        return (text.*read)(ok, base);
+    for (int i = negative; i < text.size(); ++i) {
+        const int digit = digitOf(text.at(i));
+        if (digit >= base)
+            return (text.*read)(ok, base);
+        number = number * static_cast<Number>(base) + static_cast<Number>(digit);
+    }
+    *ok = true;
+    return negative ? Number(0) - number : number;
+}
+
+/** Reads \a text as QString::toDouble() does. A quotient of two numbers that a double holds exactly is as exact. */
+double toReal(const QString &text, bool *ok)
+{
+    constexpr double powers[] = {1, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+    constexpr int exactDigits = 15;
+    const int negative = text.startsWith(QLatin1Char('-')) ? 1 : 0;
+    const int size = static_cast<int>(text.size());
+    int point = size - 1;
+    qint64 digits = 0;
+    bool isPlain = size > negative && size <= exactDigits && text.at(size - 1) != QLatin1Char('.');
+    for (int i = negative; isPlain && i < size; ++i) {
+        const int digit = digitOf(text.at(i));
+        if (digit < 10)
+            digits = digits * 10 + digit;
+        else if (text.at(i) == QLatin1Char('.') && point == size - 1 && i > negative)
+            point = i;
+        else
+            isPlain = false;
+    }
+    if (!isPlain)
+        return text.toDouble(ok);
+    *ok = true;
+    const double real = static_cast<double>(digits) / powers[size - 1 - point];
+    return negative ? -real : real;
 }
 
 template <typename Number>
@@ -55,8 +117,8 @@ QVariant readKey(const QDomElement &field)
 {
     bool first = false;
     bool second = false;
-    const ZQKEY_ELEMENT key = {field.attribute(XMLPacketable::KEY).toUInt(&first, 16),
-                               field.attribute(XMLPacketable::HKEY).toUInt(&second, 16)};
+    const ZQKEY_ELEMENT key = {toNumber<16>(field.attribute(XMLPacketable::KEY), &QString::toUInt, &first),
+                               toNumber<16>(field.attribute(XMLPacketable::HKEY), &QString::toUInt, &second)};
     return first && second ? QVariant::fromValue(key) : QVariant();
 }
 
@@ -71,14 +133,19 @@ QString withoutCount(const QString &text, unsigned int count)
     return text.mid(from, blank - from).toUInt(&ok, 16) == count && ok && blank > 0 ? text.mid(blank + 1) : text;
 }
 
-QList<QString> textsOf(const QDomElement &field)
+/** Calls \a visit with the text of each entry of an array until that returns false; returns whether it never did. */
+template <typename Visit>
+bool visitEntries(const QDomElement &field, Visit visit)
 {
-    QList<QString> texts;
     for (QDomNode entry = field.firstChild(); !entry.isNull(); entry = entry.nextSibling()) {
-        if (entry.isElement() && entry.nodeName() == XMLPacketable::VALUE)
-            texts.append(entry.toElement().text());
+        if (!entry.isElement() || entry.nodeName() != XMLPacketable::VALUE)
+            continue;
+        const QDomNode text = entry.firstChild();
+        const bool isPlain = text.isText() && text.nextSibling().isNull();
+        if (!visit(isPlain ? text.nodeValue() : entry.toElement().text()))
+            return false;
     }
-    return texts;
+    return true;
 }
 
 } // namespace
@@ -182,7 +249,7 @@ std::size_t XMLRecordTable::bucketOf(View name) const
     for (const auto &c : name)
         hash = hash * 31 + unicodeOf(c);
     std::size_t i = hash & (buckets.size() - 1);
-    while (buckets[i] >= 0 && name != rows[static_cast<std::size_t>(buckets[i])].name)
+    while (buckets[i] >= 0 && !isEqual(name, rows[static_cast<std::size_t>(buckets[i])].name))
         i = (i + 1) & (buckets.size() - 1);
     return i;
 }
@@ -212,23 +279,23 @@ QVariant XMLRecordTable::toValue(Kind kind, const QString &text)
     bool ok = false;
     switch (kind) {
     case Kind::Int: {
-        const int number = text.toInt(&ok);
+        const int number = toNumber<10>(text, &QString::toInt, &ok);
         return toVariant(number, ok);
     }
     case Kind::LongLong: {
-        const qlonglong number = text.toLongLong(&ok);
+        const qlonglong number = toNumber<10>(text, &QString::toLongLong, &ok);
         return toVariant(number, ok);
     }
     case Kind::UInt: {
-        const unsigned int number = text.toUInt(&ok, 16);
+        const unsigned int number = toNumber<16>(text, &QString::toUInt, &ok);
         return toVariant(number, ok);
     }
     case Kind::ULongLong: {
-        const qulonglong number = text.toULongLong(&ok, 16);
+        const qulonglong number = toNumber<16>(text, &QString::toULongLong, &ok);
         return toVariant(number, ok);
     }
     case Kind::Double: {
-        const double number = text.toDouble(&ok);
+        const double number = toReal(text, &ok);
         return toVariant(number, ok);
     }
     case Kind::Float: {
@@ -236,11 +303,11 @@ QVariant XMLRecordTable::toValue(Kind kind, const QString &text)
         return toVariant(number, ok);
     }
     case Kind::Time: {
-        const qlonglong number = text.toLongLong(&ok);
+        const qlonglong number = toNumber<10>(text, &QString::toLongLong, &ok);
         return ok ? toTime(number) : QVariant();
     }
     case Kind::Flag: {
-        const int number = text.toInt(&ok);
+        const int number = toNumber<10>(text, &QString::toInt, &ok);
         return toVariant(number == 1, ok);
     }
     default:
@@ -250,21 +317,24 @@ QVariant XMLRecordTable::toValue(Kind kind, const QString &text)
 
 QVariant XMLRecordTable::readArray(Kind kind, const QDomElement &field)
 {
-    QList<QString> texts = textsOf(field);
-    bool ok = false;
-    const unsigned int count = field.attribute(XMLPacketable::SIZE).toUInt(&ok, 16);
-    if (!ok || count != static_cast<unsigned int>(texts.size()))
+    // An array that was malformed has no entries, and no size or another.
+    if (field.firstChild().isNull() && field.attribute(XMLPacketable::SIZE) != QLatin1String("0"))
         return QVariant();
     if (kind == Kind::Text) {
+        QStringList texts;
+        visitEntries(field, [&texts](const QString &text) {
+            texts.append(text);
+            return true;
+        });
         if (!texts.isEmpty())
-            texts.first() = withoutCount(texts.first(), count);
-        return QStringList(texts);
+            texts.first() = withoutCount(texts.constFirst(), static_cast<unsigned int>(texts.size()));
+        return texts;
     }
     QVariantList values;
-    for (const QString &text : texts) {
+    values.reserve(8);
+    const bool ok = visitEntries(field, [&values, kind](const QString &text) {
         values.append(toValue(kind, text));
-        if (!values.constLast().isValid())
-            return QVariant();
-    }
-    return values;
+        return values.constLast().isValid();
+    });
+    return ok ? QVariant(values) : QVariant();
 }
