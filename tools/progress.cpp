@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <unistd.h>
 
-Progress::Progress() : watched(::isatty(STDERR_FILENO) != 0)
+Progress::Progress() : watched(::isatty(STDERR_FILENO) != 0), inTheWay(::isatty(STDOUT_FILENO) != 0)
 {
     timer.start();
 }
@@ -35,4 +35,10 @@ void Progress::clear()
     if (shown)
         std::fputs("\r\033[K", stderr);
     shown = false;
+}
+
+void Progress::makeRoom()
+{
+    if (inTheWay)
+        clear();
 }

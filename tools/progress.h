@@ -21,13 +21,17 @@ public:
     /** Shows \a text in place of what was shown. */
     void show(const QString &text);
 
-    /** Removes what was shown, so that something else can be printed. */
+    /** Removes what was shown. */
     void clear();
+
+    /** Removes what was shown if standard output goes to a terminal too, where it would be in the way. */
+    void makeRoom();
 
 private:
     QElapsedTimer timer;
     qint64 next = 1000; ///< milliseconds
     const bool watched;
+    const bool inTheWay;
     bool shown = false;
 };
 

@@ -38,10 +38,18 @@ void reserveStandardStreams()
     }
 }
 
+[[noreturn]] void endByInterrupt()
+{
+    if (::isatty(STDERR_FILENO) != 0) {
+        [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, "\n", 1); // behind the progress
+    }
+    ::_exit(interruptStatus);
+}
+
 void takeInterrupt(int)
 {
     if (!writing || interrupted)
-        ::_exit(interruptStatus);
+        endByInterrupt();
     interrupted = 1;
 }
 
@@ -75,7 +83,7 @@ int writeChunk(const char *chunk, std::size_t size)
         if (written > 0)
             done += static_cast<std::size_t>(written);
         if (done == 0 && interrupted)
-            ::_exit(interruptStatus);
+            endByInterrupt();
     }
     return 0;
 }
@@ -89,7 +97,7 @@ int writeAll(const QByteArray &lines)
         if (const int error = writeChunk(rest, chunk))
             return error;
         if (interrupted)
-            ::_exit(interruptStatus);
+            endByInterrupt();
         rest += chunk;
         size -= chunk;
     }

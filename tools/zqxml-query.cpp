@@ -105,11 +105,12 @@ private:
         QByteArray text;
         if (!format(page, place, text))
             return false;
-        progress.clear();
+        progress.makeRoom();
         ended = writeOut(text);
         printed += countOf(page);
-        progress.show(
-            QStringLiteral("%1 records; %2 of %3 asked for").arg(printed).arg(place.sourcesDone).arg(place.sources));
+        if (progress.isDue() && place.sources > 0)
+            progress.show(
+                QStringLiteral("%1 records, %2 %").arg(printed).arg(place.sourcesDone * 100LL / place.sources));
         return !ended && !isFull();
     }
 
