@@ -19,7 +19,7 @@ import time
 
 TREE = pathlib.Path("build/mutate/source")
 BUILD = pathlib.Path("build/mutate/build")
-FILES = ("zqxml/*.cpp", "zqxml/*_p.h", "zqxmlkit/*.cpp", "standin/*.cpp", "tools/*.cpp")
+FILES = ("zqxml*/*.cpp", "zqxml*/*_p.h", "standin/*.cpp", "tools/*.cpp")
 MEMORY_LIMIT = 4 << 30  # bytes of address space; the largest test needs a quarter of it
 
 # What stands between blanks only: that keeps apart a comparison and a template, a product and a pointer.
