@@ -17,6 +17,7 @@ string(JOIN " " CTEST_MEMORYCHECK_COMMAND_OPTIONS
 set(CTEST_MEMORYCHECK_SUPPRESSIONS_FILE "${CTEST_SOURCE_DIRECTORY}/tests/valgrind.supp")
 
 set(ENV{QT_ENABLE_REGEXP_JIT} 0) # valgrind cannot follow what regular expressions are compiled to
+set(ENV{QTEST_FUNCTION_TIMEOUT} 3600000) # the limit that ctest sets for a test is enough
 
 cmake_host_system_information(RESULT processors QUERY NUMBER_OF_LOGICAL_CORES)
 set(logs "${CTEST_BINARY_DIRECTORY}/Testing/Temporary/MemoryChecker.*.log")
