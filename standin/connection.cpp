@@ -33,9 +33,9 @@ ZQCONNECTION::FileState::FileState(const QString &fileName)
     logged = QFileInfo::exists(logOf(fileName));
 }
 
-bool ZQCONNECTION::FileState::operator==(const FileState &other) const
+bool ZQCONNECTION::FileState::hasContentOf(const FileState &other) const
 {
-    return modified == other.modified && size == other.size && logged == other.logged;
+    return modified == other.modified && size == other.size;
 }
 
 ZQCONNECTION::ZQCONNECTION(const QString &shownLocation, const QString &driver, const QString &databaseName)
@@ -115,7 +115,7 @@ bool ZQCONNECTION::prepare(QString *error)
 
 bool ZQCONNECTION::begin(QString *error)
 {
-    if (!snapshot && (frozenFileChanged() || !database.handle.isOpen()) && !reopen(error))
+    if (!snapshot && isOutdated() && !reopen(error))
         return false;
     // Without an event loop nothing would end the snapshot.
     if (!snapshot && (held || QThread::currentThread()->loopLevel() > 0)) {
@@ -140,15 +140,20 @@ bool ZQCONNECTION::reopen(QString *error)
 
 QString ZQCONNECTION::end(const QString &reason)
 {
-    const QString result =
-        reason.isEmpty() && frozenFileChanged() ? QStringLiteral("changed while it was read") : reason;
+    const bool changed = frozen && !FileState(file).hasContentOf(stateBefore);
+    const QString result = reason.isEmpty() && changed ? QStringLiteral("changed while it was read") : reason;
     failed = snapshot && !result.isEmpty();
     return result;
 }
 
-bool ZQCONNECTION::frozenFileChanged() const
+bool ZQCONNECTION::isOutdated() const
 {
-    return frozen && !(FileState(file) == stateBefore);
+    if (!database.handle.isOpen()) // an attempt to reopen it has failed
+        return true;
+    if (!frozen)
+        return false;
+    const FileState state(file);
+    return state.logged || !state.hasContentOf(stateBefore);
 }
 
 void ZQCONNECTION::endSnapshot()

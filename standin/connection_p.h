@@ -48,15 +48,15 @@ private:
     struct FileState {
         FileState() = default;
         explicit FileState(const QString &fileName);
-        bool operator==(const FileState &other) const;
+        bool hasContentOf(const FileState &other) const;
 
         QDateTime modified;
         qint64 size = 0;
         bool logged = false; ///< what was written last is in a file beside it
     };
 
+    bool isOutdated() const;
     bool reopen(QString *error);
-    bool frozenFileChanged() const;
     void endSnapshot();
 
     QObject turn; ///< receives the end of the event loop's turn

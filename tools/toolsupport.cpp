@@ -53,9 +53,15 @@ void takeInterrupt(int)
     interrupted = 1;
 }
 
+/** Returns what removes the progress that may be shown. */
+const char *lineStart()
+{
+    return ::isatty(STDERR_FILENO) != 0 ? "\r\033[K" : "";
+}
+
 void takeTimeOut(int)
 {
-    for (const char *part : {toolName, ": ", timeOutLine, "\n"}) {
+    for (const char *part : {lineStart(), toolName, ": ", timeOutLine, "\n"}) {
         if (::write(STDERR_FILENO, part, std::strlen(part)) < 0)
             break;
     }
@@ -155,7 +161,7 @@ QString readNumber(const QCommandLineParser &parser, const QString &option, unsi
 
 void tell(const QString &line)
 {
-    std::fprintf(stderr, "%s: %s\n", toolName, line.simplified().toUtf8().constData());
+    std::fprintf(stderr, "%s%s: %s\n", lineStart(), toolName, line.simplified().toUtf8().constData());
 }
 
 int fail(const QString &reason, ExitStatus status)
