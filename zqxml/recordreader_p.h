@@ -136,7 +136,7 @@ private:
     {
         if (name.size() != tag.size())
             return false;
-        for (decltype(tag.size()) i = 0; i < tag.size(); ++i) {
+        for (decltype(name.size()) i = 0; i < name.size(); ++i) {
             if (name.at(i).unicode() != tag.at(i).unicode())
                 return false;
         }

@@ -68,7 +68,7 @@ int appendValues(QString &text, const QDomElement &array, QLatin1Char separator)
     int count = 0;
     for (QDomNode child = array.firstChild(); !child.isNull(); child = child.nextSibling()) {
         const QDomElement value = child.toElement();
-        if (value.isNull() || value.tagName() != XMLPacketable::VALUE)
+        if (value.isNull() || !zqxml::areSame(value.tagName(), XMLPacketable::VALUE))
             continue;
         if (count++ > 0)
             appendPieces(text, separator, zqxml::textOf(value));
