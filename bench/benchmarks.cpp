@@ -36,6 +36,7 @@ int main(int argc, char **argv)
     addRouting();
     addObjects();
     addWire();
+    addAsking();
     addRoad();
     benchmark::RunSpecifiedBenchmarks();
     return 0;

@@ -107,6 +107,7 @@ void addPackets(); ///< Comparing packets.
 void addRouting(); ///< Sending and delivering packets.
 void addObjects(); ///< Properties, and constructing an object.
 void addWire(); ///< Packets to the wire form and back.
+void addAsking(); ///< A request and its reply, and reading a record by names.
 void addRoad(); ///< A request for a thousand jobs, from its sending to the rebuilt records.
 
 #endif

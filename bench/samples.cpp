@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <vector>
 
 namespace {
@@ -97,10 +98,13 @@ QDomElement valueAt(const QDomDocument &document, Difference difference)
 const CONVERTSTRUCTELEMENTINFO *sampleTable()
 {
     static std::vector<CONVERTSTRUCTELEMENTINFO> rows;
+    static std::vector<std::string> names;
     if (!rows.empty())
         return rows.data();
     for (unsigned int i = 0; i < FIELDS_OF_ITEM * rowsPerField; ++i)
-        rows.push_back({typeOfField(i / rowsPerField), i + 1, "Field", 4, {}});
+        names.push_back("Field" + std::to_string(i));
+    for (unsigned int i = 0; i < FIELDS_OF_ITEM * rowsPerField; ++i)
+        rows.push_back({typeOfField(i / rowsPerField), i + 1, names[i].c_str(), 4, {}});
     rows.push_back({});
     ZQRegisterStorageClass(SAMPLE_TYPE, rows.data());
     return rows.data();
