@@ -15,6 +15,7 @@
 
 #include <QCoreApplication>
 
+#include <algorithm>
 #include <vector>
 
 namespace {
@@ -123,10 +124,10 @@ struct Fields {
     }
 
     /** Reads the attributes of all fields, and the texts of arrays, as they stand. */
-    int readByTag() const
+    qint64 readByTag() const
     {
         const QDomElement item = single.getNodeConst().firstChild().toElement();
-        int read = 0;
+        qint64 read = 0;
         for (const QString &tag : tags) {
             const QDomElement field = XMLObject::getElement(item, tag);
             if (field.firstChild().isNull()) {

@@ -37,6 +37,7 @@ int main(int argc, char **argv)
     addObjects();
     addWire();
     addAsking();
+    addPages();
     addRoad();
     benchmark::RunSpecifiedBenchmarks();
     return 0;
