@@ -4,6 +4,7 @@
 #include "benchmarks.h"
 #include "samples.h"
 
+#include <standin/zqrecords.h>
 #include <zqxml/xmlaction.h>
 #include <zqxml/xmlagent.h>
 #include <zqxml/xmlobject.h>
@@ -93,16 +94,31 @@ struct Office {
     XMLRequester requester;
 };
 
+/** Returns the packet text of an item whose fields hold what their types take. */
+QByteArray textOfFields()
+{
+    QByteArray text = "SI " + QByteArray::number(SAMPLE_TYPE, 16) + '\n';
+    for (int i = 0; i < FIELDS_OF_ITEM; ++i) {
+        const CONVERTSTRUCTELEMENTINFO &row = sampleTable()[3 * i];
+        QByteArray value = "1";
+        if (row.elementType == CONV_KEY)
+            value = "12 13";
+        else if (row.elementType == CONV_NUMBERARRAY)
+            value = "4 12 13 14 15";
+        else if (row.elementType == CONV_TEXTARRAY)
+            value = "2 Cyan 12\rMagenta 13";
+        text += QByteArray::number(row.dataTag, 16) + ' ' + value + '\n';
+    }
+    return text + "TI 0\n";
+}
+
 /** A record with all its fields, and the tags and names to read them by. */
 struct Fields {
     Fields()
     {
-        TextRecord record(sampleText(1), SAMPLE_TYPE);
-        object.setData(record);
-        // The item that holds the list of items: the fields are those of the list's item.
-        const QDomElement item = object.getNode().firstChildElement().firstChildElement().firstChildElement();
-        single.setType(SAMPLE_TYPE);
-        single.getNode().appendChild(item);
+        TextRecord converted(textOfFields(), SAMPLE_TYPE);
+        record.setData(converted);
+        const QDomElement item = record.getNodeConst().firstChild().toElement();
         for (QDomElement field = item.firstChildElement(); !field.isNull(); field = field.nextSiblingElement())
             tags.push_back(field.tagName());
         for (const CONVERTSTRUCTELEMENTINFO *row = sampleTable(); row->elementType != 0; ++row) {
@@ -116,17 +132,17 @@ struct Fields {
 
     int readByName() const
     {
-        const XMLRecord record(single.getNodeConst());
+        const XMLRecord fields(record.getNodeConst());
         int valid = 0;
         for (const QString &name : names)
-            valid += record.value(name).isValid();
+            valid += fields.value(name).isValid();
         return valid;
     }
 
     /** Reads the attributes of all fields, and the texts of arrays, as they stand. */
     qint64 readByTag() const
     {
-        const QDomElement item = single.getNodeConst().firstChild().toElement();
+        const QDomElement item = record.getNodeConst().firstChild().toElement();
         qint64 read = 0;
         for (const QString &tag : tags) {
             const QDomElement field = XMLObject::getElement(item, tag);
@@ -143,8 +159,7 @@ struct Fields {
         return read;
     }
 
-    XMLPacketable object;
-    XMLPacketable single;
+    XMLPacketable record;
     std::vector<QString> tags;
     std::vector<QString> names;
 };
