@@ -220,49 +220,11 @@ QStringList toTexts(const QList<XMLTraceEvent> &events)
     return texts;
 }
 
-/** Returns random events that tell of packets as a router does: queued, then delivered in that order, nested at times.
- */
+/** Returns what a trace of a random office holds. */
 QList<XMLTraceEvent> makeEvents(unsigned int seed)
 {
-    std::mt19937 random(seed);
-    QList<XMLTraceEvent> events;
-    QList<XMLTraceEvent> waiting;
-    QList<XMLTraceEvent> nested;
-    qint64 time = 0;
-    const auto put = [&](XMLTraceEvent event, XMLTraceEvent::Event what) {
-        time += static_cast<qint64>(random() % 100000);
-        event.time = time;
-        event.event = what;
-        events << event;
-        return event;
-    };
-    for (quint64 packet = 1; packet <= 300;) {
-        const auto what = random() % 8;
-        if (what < 3) {
-            XMLTraceEvent event;
-            event.packet = packet++;
-            event.source = 1 + static_cast<int>(random() % 4);
-            event.destination = 1 + static_cast<int>(random() % 4);
-            event.bytes = static_cast<qint64>(random() % 500);
-            if (random() % 2)
-                event.actionTypes << static_cast<int>(1000 + random() % 4);
-            event.kinds[event.actionTypes.isEmpty() ? XMLTraceEvent::Message : XMLTraceEvent::Action] = 1;
-            event.reason = static_cast<XMLRouterObserver::DropReason>(random() % 2);
-            if (random() % 9 == 0)
-                put(event, XMLTraceEvent::Dropped);
-            else
-                waiting << put(event, XMLTraceEvent::Queued);
-        } else if (what < 6 && !waiting.isEmpty()) {
-            const XMLTraceEvent first = waiting.takeFirst();
-            if (random() % 9 == 0)
-                put(first, XMLTraceEvent::Undeliverable);
-            else
-                nested << put(first, XMLTraceEvent::Delivering);
-        } else if (!nested.isEmpty()) {
-            put(nested.takeLast(), XMLTraceEvent::Delivered);
-        }
-    }
-    return events;
+    QStringList ignored;
+    return read(record(seed, &ignored, XMLTraceRecorder::Sizes));
 }
 
 } // namespace
@@ -417,14 +379,16 @@ void tst_Trace::filter_chooses_as_the_conditions_say()
     using Test = std::function<bool(const XMLTraceEvent &)>;
     const QList<std::pair<QString, Test>> conditions{
         {QStringLiteral("src=3"), [](const auto &e) { return e.source == 3; }},
-        {QStringLiteral("dst=1,4"), [](const auto &e) { return e.destination == 1 || e.destination == 4; }},
-        {QStringLiteral("agent=2"), [](const auto &e) { return e.source == 2 || e.destination == 2; }},
+        {QStringLiteral("dst=1,4"),
+         [](const auto &e) { return !e.isAgentEvent() && (e.destination == 1 || e.destination == 4); }},
+        {QStringLiteral("agent=2"),
+         [](const auto &e) { return e.source == 2 || (!e.isAgentEvent() && e.destination == 2); }},
         {QStringLiteral("kind=msg"), [](const auto &e) { return e.kinds[XMLTraceEvent::Message] > 0; }},
         {QStringLiteral("type=1000,1002"),
          [](const auto &e) { return e.actionTypes.contains(1000) || e.actionTypes.contains(1002); }},
         {QStringLiteral("event=dropped,delivered"),
          [](const auto &e) { return e.event == XMLTraceEvent::Dropped || e.event == XMLTraceEvent::Delivered; }},
-        {QStringLiteral("packet=7,100"), [](const auto &e) { return e.packet == 7 || e.packet == 100; }}};
+        {QStringLiteral("packet=7,20"), [](const auto &e) { return e.packet == 7 || e.packet == 20; }}};
     for (const auto &first : conditions) {
         for (const auto &second : conditions) {
             XMLTraceFilter filter;
@@ -434,12 +398,6 @@ void tst_Trace::filter_chooses_as_the_conditions_say()
                 QCOMPARE(filter.matches(event), first.second(event) && second.second(event));
         }
     }
-    XMLTraceEvent added;
-    added.event = XMLTraceEvent::AgentAdded;
-    XMLTraceFilter nobody;
-    QVERIFY(nobody.matches(added));
-    QVERIFY(nobody.add(QStringLiteral("dst=0")));
-    QVERIFY(!nobody.matches(added)); // an agent's event has no destination
 }
 
 void tst_Trace::filter_refuses_what_is_no_condition()
@@ -485,12 +443,12 @@ void tst_Trace::statistics_agree_with_sums_by_hand()
             if (event.event == XMLTraceEvent::Delivered)
                 running.removeLast();
         }
-        for (int from = 1; from <= 4; ++from) {
-            for (int to = 1; to <= 4; ++to) {
+        for (int from = 0; from <= 9; ++from) {
+            for (int to = -1; to <= 9; ++to) {
                 quint64 sent = 0, dropped = 0, lost = 0;
                 qint64 bytes = 0;
                 for (const XMLTraceEvent &event : events) {
-                    if (event.source != from || event.destination != to)
+                    if (event.isAgentEvent() || event.source != from || event.destination != to)
                         continue;
                     const bool isSent = event.event == XMLTraceEvent::Queued || event.event == XMLTraceEvent::Dropped;
                     sent += isSent;
@@ -517,13 +475,9 @@ void tst_Trace::statistics_agree_with_sums_by_hand()
             QVERIFY2(static_cast<double>(told) <= static_cast<double>(exact) * 1.04 + 1,
                      qPrintable(QString::number(seed)));
         }
-        for (const quint64 packet : std::as_const(running)) // not delivered at the end, and so not counted
-            busy[static_cast<int>(began.value(packet))] = -1;
-        for (auto each = busy.cbegin(); each != busy.cend(); ++each) {
-            const auto found = statistics.work().find({0, each.key()});
-            if (each.value() >= 0 && running.isEmpty())
-                QCOMPARE(found->second.time, each.value());
-        }
+        QCOMPARE(running.size(), 0);
+        for (auto each = busy.cbegin(); each != busy.cend(); ++each)
+            QCOMPARE(statistics.work().at({0, each.key()}).time, each.value());
     }
 }
 
