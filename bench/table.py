@@ -20,14 +20,15 @@ import statistics
 import sys
 
 FIELDS = 40  # of an item
-LABEL = 52
+LABEL = 45
+WIDTHS = {"instructions": 15, "counters": 15, "times": 18}
 
 
 class Column:
     """What one build did with one hash seed: numbers by the names of benchmarks."""
 
     def __init__(self, folder):
-        self.title = os.path.basename(folder)
+        self.title = os.path.basename(folder).replace("seed drawn", "drawn")
         self.instructions = read_instructions(folder)
         self.times, self.counters = read_times(folder)
 
@@ -102,7 +103,8 @@ def at_least(limit):
 
 def rows_of_records():
     for n in (1, 16):
-        yield f"record to XML, N = {n}: of the floor", at_most(1.15), ratio(f"setData/ours/{n}", f"setData/floor/{n}")
+        yield (f"record to XML, N = {n}: of the floor", at_most(1.15),
+               ratio(f"setData/ours/{n}", f"setData/floor/{n}"))
     yield "  grows as N to the", at_most(1.1), growth("setData/ours", (16, 64))
     for n in (1, 16):
         ours, floor, plain = (f"toPacket/{form}/{n}" for form in ("ours", "floor", "plain"))
@@ -115,8 +117,8 @@ def rows_of_packets():
     for size in (1, 64):
         yield f"equal packets, {size} KB: of text", at_most(0.4), ratio(f"equal/ours/{size}", f"equal/plain/{size}")
         yield "  of the bare walk", at_most(1.5), ratio(f"equal/ours/{size}", f"equal/floor/{size}")
-    for path, where in (("differentHeader", "header"), ("differentLast", "last value")):
-        yield (f"packets differ in {where}, 1 KB: of the walk of equal ones", at_most(0.1),
+    for path, where in (("differentHeader", "head"), ("differentLast", "tail")):
+        yield (f"packets differ at {where}, 1 KB: of the walk", at_most(0.1),
                ratio(f"{path}/ours/1", "equal/floor/1"))
         yield "  64 KB: of 1 KB", at_most(1.1), ratio(f"{path}/ours/64", f"{path}/ours/1")
     yield "destroying 10 actions: of the bare document", at_most(1.1), ratio("destroy/ours/10", "destroy/floor/10")
@@ -126,11 +128,11 @@ def rows_of_sending():
     for count, limit in ((10, 2.0), (1000, 3.5)):
         for path, where in (("sendHead", "head"), ("sendTail", "tail")):
             ours = f"{path}/ours/{count}"
-            yield (f"send, differ at {where}, queue of {count}: of no test", at_most(limit),
+            yield (f"send, {where} differs, queue of {count}: of no test", at_most(limit),
                    ratio(ours, f"{path}/untested/{count}"))
             if count == 10:
                 yield "  times as fast as text", at_least(40), ratio(f"{path}/plain/{count}", ours)
-    yield "send, differ in the middle: of text", at_most(0.35), ratio("sendMiddle/ours/10", "sendMiddle/plain/10")
+    yield "send, middle differs, queue of 10: of text", at_most(0.35), ratio("sendMiddle/ours/10", "sendMiddle/plain/10")
 
 
 def rows_of_objects():
@@ -148,7 +150,8 @@ def rows_of_road(jobs):
 def rows_of_wire(largest):
     sizes = ((300, "300 B"), (6144, "6 KB"), (largest, f"{largest // 1024} KB"))
     for size, name in sizes:
-        yield f"packet to wire, {name}: of printing it", at_most(0.5), ratio(f"toWire/ours/{size}", f"toWire/plain/{size}")
+        yield (f"packet to wire, {name}: of printing it", at_most(0.5),
+               ratio(f"toWire/ours/{size}", f"toWire/plain/{size}"))
     for size, name in sizes:
         ours = f"fromWire/ours/{size}"
         yield f"wire to packet, {name}: of setContent()", at_most(1.15), ratio(ours, f"fromWire/plain/{size}")
@@ -160,7 +163,7 @@ def rows_of_wire(largest):
 
 def rows_of_asking():
     yield "request and reply: of a bare send and answer", at_most(2.0), ratio("ask/ours/1", "ask/plain/1")
-    yield "fields of a record by name: of reading by tag", at_most(1.5), ratio("fields/ours/40", "fields/plain/40")
+    yield "record by names: of reading it by tags", at_most(1.5), ratio("fields/ours/40", "fields/plain/40")
 
 
 def counted_rows():
@@ -179,9 +182,9 @@ def timed_rows():
     """What instructions cannot say: who waits for the system, and for memory."""
     for count in (10, 1000):
         for path, where in (("sendHead", "head"), ("sendTail", "tail")):
-            yield (f"send, differ at {where}, queue of {count}: of QtDBus", at_most(0.04),
+            yield (f"send, {where} differs, queue of {count}: of QtDBus", at_most(0.04),
                    ratio(f"{path}/ours/{count}", f"send/qtdbus/{count}"))
-    yield "longest turn, pages of 100: of a page's conversion", at_most(1.5), ratio("turn/ours/100", "turn/page/100")
+    yield "longest turn in pages: of converting one", at_most(1.5), ratio("turn/ours/100", "turn/page/100")
     for part in ("setData", "toPacket"):
         yield f"{part}, 4096 items: of the floor", at_most(1.35), ratio(f"{part}/ours/4096", f"{part}/floor/4096")
 
@@ -222,11 +225,12 @@ class Table:
     def print(self, title, rows):
         if not self.columns:
             return
-        print(f"{title:{LABEL}}{'goal':>8}" + "".join(f"{column.title:>19}" for column in self.columns))
+        width = WIDTHS[self.kind]
+        print(f"{title:{LABEL}}{'goal':>8}" + "".join(f"{column.title:>{width}}" for column in self.columns))
         for label, goal, values in rows:
             cells = [self.cell(values, goal, column) for column in self.columns]
             if any(cells):
-                print(f"{label:{LABEL}}{goal[1] if goal else '':>8}" + "".join(f"{cell:>19}" for cell in cells))
+                print(f"{label:{LABEL}}{goal[1] if goal else '':>8}" + "".join(f"{cell:>{width}}" for cell in cells))
         print(", ".join(f"{count} {verdict}" for verdict, count in sorted(self.total.items()) if verdict))
         print()
 
@@ -238,7 +242,7 @@ class Table:
         value, spread = statistics.median(numbers), half_spread(numbers)
         verdict = verdict_of(goal, value, spread)
         self.total[verdict] = self.total.get(verdict, 0) + 1
-        return f"{value:.3f}" + (f" ±{spread:.2f}" if len(numbers) > 1 else "") + f" {verdict:6}"
+        return f"{value:.2f}" + (f" ±{spread:.2f}" if len(numbers) > 1 else "") + f" {verdict:6}".rstrip()
 
 
 def print_forms(columns, kind, unit):
@@ -264,18 +268,20 @@ def print_forms(columns, kind, unit):
             found = [getattr(column, kind).get(name) for column in columns]
             if any(found):
                 cells = [f"{statistics.median(values) / divisor:.0f} {unit}" if values else "" for values in found]
-                print(f"{title + ', ' + form:{LABEL + 8}}" + "".join(f"{cell:>19}" for cell in cells))
+                print(f"{title + ', ' + form:{LABEL + 8}}" + "".join(f"{cell:>{WIDTHS[kind]}}" for cell in cells))
     print()
 
 
 def print_road(columns):
     columns = [column for column in columns if "road/whole/ours/1000" in column.times]
+    if not columns:
+        return
     for part in ("query", "conversion", "routing", "rebuilding", "whole"):
         cells = []
         for column in columns:
             time, whole = (statistics.median(column.times[f"road/{name}/ours/1000"]) for name in (part, "whole"))
             cells.append(f"{time / 1e6:.1f} ms {100 * time / whole:3.0f} %")
-        print(f"{'1,000 jobs, ' + part:{LABEL + 8}}" + "".join(f"{cell:>19}" for cell in cells))
+        print(f"{'1,000 jobs, ' + part:{LABEL + 8}}" + "".join(f"{cell:>{WIDTHS['times']}}" for cell in cells))
 
 
 def main():
