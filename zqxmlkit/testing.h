@@ -21,6 +21,7 @@
 #include <QStringList>
 
 #include <functional>
+#include <list>
 #include <map>
 #include <memory>
 #include <vector>

@@ -12,6 +12,7 @@
 
 #include <QTest>
 
+#include <accounts.h>
 #include <testtools.h>
 
 class TestXMLEndpoint : public QObject
@@ -123,6 +124,6 @@ void TestXMLEndpoint::ends()
     QVERIFY(receiver.isNull());
 }
 
-QTEST_GUILESS_MAIN(TestXMLEndpoint)
+ZQXML_TEST_MAIN(TestXMLEndpoint)
 
 #include "tst_xmlendpoint.moc"

@@ -8,6 +8,7 @@
 #include <QDateTime>
 #include <QTest>
 
+#include <accounts.h>
 #include <testtools.h>
 
 #include <vector>
@@ -192,6 +193,6 @@ void TestXMLRecord::walk()
     QCOMPARE(found, (QVariantList{5, QVariant(), QVariant(), 7}));
 }
 
-QTEST_GUILESS_MAIN(TestXMLRecord)
+ZQXML_TEST_MAIN(TestXMLRecord)
 
 #include "tst_xmlrecord.moc"
