@@ -63,7 +63,7 @@ def read_times(folder):
 
 
 def ratio(over, under):
-    """Compares two benchmarks; where a name has alternatives, those that were run."""
+    """Compares two benchmarks, repetition by repetition."""
     def values(numbers):
         return [a / b for a, b in zip(numbers[over], numbers[under])]
     return values
