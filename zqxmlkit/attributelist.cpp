@@ -3,10 +3,14 @@
 
 #include "attributelist_p.h"
 
+#include <zqxml/xmlpacket.h>
+#include <zqxml/xmlpacketable.h>
+
 #include <QSet>
 #include <QTextStream>
 
 #include <algorithm>
+#include <iterator>
 
 namespace {
 
@@ -22,6 +26,23 @@ QString printWithoutChildren(const QDomNode &element)
 }
 
 } // namespace
+
+// Takes the attributes by the names that most of them have: to find a name takes less than to find the first of all.
+// Returns false when that was not all.
+bool AttributeList::readKnown(const QDomNamedNodeMap &map)
+{
+    static const QString *const names[] = {&XMLPacketable::VALUE, &XMLPacketable::KEY,  &XMLPacketable::HKEY,
+                                           &XMLPacketable::SIZE,  &XMLPacketable::NAME, &XMLPacketable::DATATYPE,
+                                           &XMLPacket::AGENT_ID};
+    const auto count = static_cast<std::size_t>(map.length());
+    const std::size_t tries = count == 1 ? 4 : std::size(names);
+    for (std::size_t i = 0; i < tries && list.size() < count; ++i) {
+        const QDomNode attribute = map.namedItem(*names[i]);
+        if (!attribute.isNull() && !append(attribute))
+            return false;
+    }
+    return list.size() == count;
+}
 
 bool AttributeList::append(const QDomNode &attribute)
 {
@@ -64,7 +85,7 @@ bool AttributeList::read(const QDomNode &element)
     list.clear();
     const QDomNamedNodeMap map = element.attributes();
     const int count = map.length();
-    if (count < MANY || !readPrinted(element, map)) {
+    if (count < MANY ? !readKnown(map) : !readPrinted(element, map)) {
         list.clear();
         for (int i = 0; i < count; ++i) {
             if (!append(map.item(i)))

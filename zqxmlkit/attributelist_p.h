@@ -35,6 +35,7 @@ public:
 
 private:
     bool append(const QDomNode &attribute);
+    bool readKnown(const QDomNamedNodeMap &map);
     bool readPrinted(const QDomNode &element, const QDomNamedNodeMap &map);
 
     std::vector<Attribute> list;

@@ -3,6 +3,8 @@
 
 #include "wirereader_p.h"
 
+#include "wirewriter_p.h"
+
 #include <cstring>
 
 namespace {
@@ -91,10 +93,32 @@ bool isForeign(const QByteArray &wire)
         && (wire.startsWith("\xfe\xff") || wire.startsWith("\xff\xfe") || !wire.at(0) || !wire.at(1));
 }
 
+QString placeOf(const QByteArray &before)
+{
+    const QByteArray line = before.mid(before.lastIndexOf('\n') + 1);
+    return QStringLiteral("line %1, column %2: ").arg(before.count('\n') + 1).arg(QString::fromUtf8(line).size() + 1);
+}
+
+using Parser = std::unique_ptr<XML_ParserStruct, decltype(&XML_ParserFree)>;
+
+// To make a parser takes longer than to read a short packet.
+Parser &spareParser()
+{
+    thread_local Parser spare(nullptr, &XML_ParserFree);
+    return spare;
+}
+
+Parser takeParser()
+{
+    Parser parser = std::move(spareParser());
+    return parser && XML_ParserReset(parser.get(), "UTF-8") ? std::move(parser)
+                                                            : Parser(XML_ParserCreate("UTF-8"), &XML_ParserFree);
+}
+
 } // namespace
 
 WireReader::WireReader(TreeBuilder &treeBuilder, const XMLWire::Limits &readingLimits)
-    : builder(treeBuilder), limits(readingLimits), parser(XML_ParserCreate("UTF-8"), &XML_ParserFree)
+    : builder(treeBuilder), limits(readingLimits), parser(takeParser())
 {
     XML_SetUserData(parser.get(), this);
     XML_SetElementHandler(parser.get(), onStart, onEnd);
@@ -106,31 +130,46 @@ WireReader::WireReader(TreeBuilder &treeBuilder, const XMLWire::Limits &readingL
     XML_SetStartDoctypeDeclHandler(parser.get(), onDocumentType);
 }
 
+WireReader::~WireReader()
+{
+    // A parser keeps a buffer as large as what it has read.
+    if (isShort)
+        spareParser() = std::move(parser);
+}
+
 bool WireReader::read(const QByteArray &wire, QString *error)
 {
-    if (wire.size() > limits.bytes)
+    isShort = wire.size() < 0x10000;
+    if (wire.size() > limits.bytes) {
         refusal = "too many bytes";
-    else if (isForeign(wire))
+    } else if (isForeign(wire)) {
         refusal = "not UTF-8";
-    else if (XML_Parse(parser.get(), wire.constData(), static_cast<int>(wire.size()), XML_TRUE) == XML_STATUS_OK
-             && !refusal)
+    } else if (XML_Parse(parser.get(), wire.constData(), static_cast<int>(wire.size()), XML_TRUE) == XML_STATUS_OK
+               && !refusal) {
         return true;
-    if (error) {
-        // From the place, for the calls that give line and column have other names in newer versions of the parser.
-        const QByteArray before =
-            wire.left(static_cast<int>(qMax<XML_Index>(0, XML_GetCurrentByteIndex(parser.get()))));
-        *error = QStringLiteral("line %1, column %2: %3")
-                     .arg(before.count('\n') + 1)
-                     .arg(QString::fromUtf8(before.mid(before.lastIndexOf('\n') + 1)).size() + 1)
-                     .arg(QLatin1String(refusal ? refusal : XML_ErrorString(XML_GetErrorCode(parser.get()))));
+    } else if (!refusal) {
+        refusal = XML_ErrorString(XML_GetErrorCode(parser.get()));
+        notePlace();
     }
+    builder.abandon();
+    if (error)
+        *error = placeOf(wire.left(static_cast<int>(refusedAt))) + QLatin1String(refusal);
     return false;
+}
+
+// The parser knows the place of what it hands out as long as it does. The calls that give line and column have other
+// names in newer versions of it.
+void WireReader::notePlace()
+{
+    refusedAt = qMax<XML_Index>(0, XML_GetCurrentByteIndex(parser.get()));
 }
 
 void WireReader::refuse(const char *reason)
 {
-    if (!refusal)
+    if (!refusal) {
         refusal = reason;
+        notePlace();
+    }
     XML_StopParser(parser.get(), XML_FALSE);
 }
 
@@ -214,6 +253,8 @@ void WireReader::start(const char *name, const char **attributes)
             if (isSame(at[0], "xmlns"))
                 uri = decode(at[1], std::strlen(at[1]));
         }
+        if (!uri.isNull() && !WireWriter::isNamespace(uri))
+            return refuse("not a namespace");
         builder.openRoot(nameOf(name), uri);
     }
     setAttributes(attributes);

@@ -18,6 +18,9 @@ class WireReader
 public:
     WireReader(TreeBuilder &treeBuilder, const XMLWire::Limits &readingLimits);
 
+    ~WireReader();
+    Q_DISABLE_COPY(WireReader)
+
     /** Returns false, with a line for people in \a error unless that is null, when \a wire cannot be read. */
     bool read(const QByteArray &wire, QString *error);
 
@@ -45,15 +48,18 @@ private:
     void flushText();
     const QString &nameOf(const char *bytes);
     void refuse(const char *reason);
+    void notePlace();
 
     TreeBuilder &builder;
     const XMLWire::Limits limits;
-    const std::unique_ptr<XML_ParserStruct, decltype(&XML_ParserFree)> parser;
+    std::unique_ptr<XML_ParserStruct, decltype(&XML_ParserFree)> parser;
     std::array<CachedName, 64> names;
     std::string text; // of the text node or section that is being read
     bool isTextBegun = false; // by a mark
+    bool isShort = false;
     qint64 nodes = 0;
     const char *refusal = nullptr;
+    qint64 refusedAt = 0; // bytes before it
 };
 
 #endif

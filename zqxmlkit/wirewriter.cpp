@@ -56,6 +56,12 @@ constexpr qsizetype LONGEST = 7; // bytes for one unit: an escape
 constexpr qsizetype PART = 4096; // units that are written at once
 constexpr qsizetype MAXIMUM = 0x7ff00000; // bytes: an array of Qt 5 holds hardly more
 
+// Not QString::utf16(): that copies what is a literal.
+const ushort *unitsOf(const QString &text)
+{
+    return reinterpret_cast<const ushort *>(text.constData());
+}
+
 char *put(char *out, const char *text)
 {
     while (*text)
@@ -115,7 +121,7 @@ bool beginsEscape(const ushort *at, const ushort *end, const QDomNode &text)
         if (!n.isText())
             break;
         const QString value = n.nodeValue();
-        const ushort *const units = value.utf16();
+        const ushort *const units = unitsOf(value);
         if (!matchEscape(units, units + value.size(), matched))
             return false;
     }
@@ -127,7 +133,7 @@ class Escaper
 {
 public:
     Escaper(const QString &value, unsigned contextOfIt, const QDomNode &nodeOfIt)
-        : begin(value.utf16()), at(begin), end(begin + value.size()), context(contextOfIt), node(nodeOfIt)
+        : begin(unitsOf(value)), at(begin), end(begin + value.size()), context(contextOfIt), node(nodeOfIt)
     {
     }
 
@@ -235,51 +241,34 @@ bool beginsWithXml(const QString &name)
     return name.size() >= 3 && unit(0) == 'x' && unit(1) == 'm' && unit(2) == 'l';
 }
 
-// What a URI may consist of: readers that know namespaces refuse other names of them, and two that are taken.
-bool isUri(const QString &name)
-{
-    static const QString taken[] = {QStringLiteral("http://www.w3.org/XML/1998/namespace"),
-                                    QStringLiteral("http://www.w3.org/2000/xmlns/")};
-    return std::find(std::begin(taken), std::end(taken), name) == std::end(taken)
-        && std::all_of(name.cbegin(), name.cend(), [](QChar c) {
-               return isLetter(c.unicode()) || isDigit(c.unicode())
-                   || QStringLiteral("-._~:/?#[]@!$&'()*+,;=%").contains(c);
-           });
-}
-
 } // namespace
 
-// Returns the place for \a size more bytes.
-char *WireWriter::reserve(qsizetype size)
+void WireWriter::grow(qsizetype size)
 {
-    if (output.size() - used < size) {
-        const qsizetype grown = std::max(qsizetype(1024), std::min(qsizetype(output.size()) * 2, MAXIMUM));
-        output.resize(static_cast<decltype(output.size())>(std::max(used + size, grown)));
-    }
-    return output.data() + used;
-}
-
-void WireWriter::append(const char *text, qsizetype size)
-{
-    std::memcpy(reserve(size), text, static_cast<std::size_t>(size));
-    used += size;
+    const qsizetype written = out ? used() : 0;
+    const qsizetype grown = std::max(qsizetype(1024), std::min(qsizetype(output.size()) * 2, MAXIMUM));
+    output.resize(static_cast<decltype(output.size())>(std::max(written + size, grown)));
+    out = output.data() + written;
+    end = output.constData() + output.size();
 }
 
 QByteArray WireWriter::take()
 {
-    output.resize(static_cast<decltype(output.size())>(used));
+    if (out)
+        output.resize(static_cast<decltype(output.size())>(used()));
     return output;
 }
 
 bool WireWriter::writeValue(const QString &value, unsigned context, const QDomNode &node)
 {
     Escaper escaper(value, context, node);
-    while (!escaper.atEnd() && used < MAXIMUM) {
+    while (!escaper.atEnd()) {
         const qsizetype part = std::min(escaper.left(), PART);
-        char *const from = reserve(part * LONGEST);
-        used += escaper.write(from, part) - from;
+        out = escaper.write(reserve(part * LONGEST), part);
+        if (used() > MAXIMUM)
+            return false;
     }
-    return used < MAXIMUM;
+    return true;
 }
 
 bool WireWriter::writeName(const QString &name)
@@ -288,16 +277,25 @@ bool WireWriter::writeName(const QString &name)
         return false;
     const unsigned first = name.at(0).unicode();
     if (isDigit(first) || first == '-' || first == '.' || beginsWithXml(name)) {
-        char *const from = reserve(LONGEST);
-        used += putEscape(from, first) - from;
+        out = putEscape(reserve(LONGEST), first);
         return writeValue(name.mid(1), Name);
     }
     return writeValue(name, Name);
 }
 
+// Readers that know namespaces refuse what cannot be a URI, and two that are taken.
+bool WireWriter::isNamespace(const QString &uri)
+{
+    static const QString marks = QStringLiteral("-._~:/?#[]@!$&'()*+,;=%");
+    return uri != QLatin1String("http://www.w3.org/XML/1998/namespace")
+        && uri != QLatin1String("http://www.w3.org/2000/xmlns/") && std::all_of(uri.cbegin(), uri.cend(), [](QChar c) {
+               return isLetter(c.unicode()) || isDigit(c.unicode()) || marks.contains(c);
+           });
+}
+
 bool WireWriter::writeNamespace(const QString &uri)
 {
-    if (!isUri(uri))
+    if (!isNamespace(uri))
         return false;
     append(" xmlns=\"", 8);
     const bool isWritten = writeValue(uri, Attribute);
@@ -321,10 +319,10 @@ bool WireWriter::writeStartTag(const QDomNode &element)
     if (!element.prefix().isEmpty())
         return false;
     append("<", 1);
-    const qsizetype name = used;
+    const qsizetype name = used();
     if (!writeName(element.nodeName()))
         return false;
-    const OpenElement opened = {name, used - name};
+    const OpenElement opened = {name, used() - name};
     const QString uri = element.namespaceURI();
     if (!uri.isNull() && (!open.empty() || !writeNamespace(uri)))
         return false;
@@ -349,12 +347,10 @@ void WireWriter::writeEndTag()
 {
     const OpenElement closed = open.back();
     open.pop_back();
-    char *const out = reserve(closed.length + 3);
-    out[0] = '<';
-    out[1] = '/';
-    std::memcpy(out + 2, output.constData() + closed.name, static_cast<std::size_t>(closed.length));
-    out[closed.length + 2] = '>';
-    used += closed.length + 3;
+    reserve(closed.length + 3);
+    append("</", 2);
+    append(output.constData() + closed.name, closed.length);
+    append(">", 1);
 }
 
 bool WireWriter::writeText(const QDomNode &text)
@@ -425,4 +421,18 @@ bool WireWriter::write(const QDomDocument &document)
             return false;
     }
     return elements == 1;
+}
+
+QByteArray WireWriter::nameToWire(const QString &name)
+{
+    WireWriter writer;
+    writer.writeName(name);
+    return writer.take();
+}
+
+QByteArray WireWriter::valueToWire(const QString &value)
+{
+    WireWriter writer;
+    writer.writeValue(value, Attribute);
+    return writer.take();
 }

@@ -9,6 +9,7 @@
 #include <QByteArray>
 #include <QDomDocument>
 
+#include <cstring>
 #include <vector>
 
 /** Writes one document or element in the wire form. */
@@ -20,6 +21,15 @@ public:
 
     /** Returns false when \a element holds what the wire form has no words for. */
     bool write(const QDomElement &element);
+
+    /** Returns true for a text that the root can have for its namespace. */
+    static bool isNamespace(const QString &uri);
+
+    /** Returns \a name as it is written. */
+    static QByteArray nameToWire(const QString &name);
+
+    /** Returns \a value as it is written in an attribute. */
+    static QByteArray valueToWire(const QString &value);
 
     /** Returns what was written. */
     QByteArray take();
@@ -41,11 +51,30 @@ private:
     bool writeName(const QString &name);
     bool writeValue(const QString &value, unsigned context, const QDomNode &node = QDomNode());
 
-    char *reserve(qsizetype size);
-    void append(const char *text, qsizetype size);
+    // Returns the place for \a size more bytes.
+    char *reserve(qsizetype size)
+    {
+        if (end - out < size)
+            grow(size);
+        return out;
+    }
+
+    void append(const char *text, qsizetype size)
+    {
+        std::memcpy(reserve(size), text, static_cast<std::size_t>(size));
+        out += size;
+    }
+
+    qsizetype used() const
+    {
+        return out - output.constData();
+    }
+
+    void grow(qsizetype size);
 
     QByteArray output;
-    qsizetype used = 0;
+    char *out = nullptr; // behind what is written
+    const char *end = nullptr; // of the room for it
     std::vector<OpenElement> open;
     AttributeList attributes;
 };

@@ -3,6 +3,7 @@
 
 #include "xmlwire.h"
 
+#include "printedreader_p.h"
 #include "wirereader_p.h"
 #include "wirewriter_p.h"
 
@@ -40,4 +41,12 @@ QDomDocument XMLWire::toDocument(const QByteArray &wire, QString *error, const L
 {
     TreeBuilder builder;
     return WireReader(builder, limits).read(wire, error) ? builder.getDocument() : QDomDocument();
+}
+
+QByteArray XMLWire::fromPrinted(const QString &text, QString *error)
+{
+    TreeBuilder builder;
+    if (!PrintedReader(builder, text).read(error))
+        return QByteArray();
+    return write(builder.getDocument());
 }

@@ -23,7 +23,7 @@ class XMLPacket;
  * \endcode
  * (On one line, and with characters rather than references to them.) Characters that cannot stand where they are, such
  * as a digit that a name begins with, are written as "_x", four hexadecimal digits and "_". The guide has the rules.
- * Nothing is kept between calls; any thread may read and write packets of its own.
+ * Any thread may read and write packets of its own.
  */
 class ZQXMLKIT_EXPORT XMLWire
 {
@@ -67,6 +67,17 @@ public:
 
     /** Returns the document that \a wire stands for, whatever its root; null as toPacket() says. */
     static QDomDocument toDocument(const QByteArray &wire, QString *error = nullptr, const Limits &limits = Limits());
+
+    /**
+     * Returns the wire form of a packet that was printed, by XMLPacket::print() or a tool's trace: names may begin with
+     * a digit, characters may be any, attributes come in any order, and the white space that printing adds is no
+     * content. A line "-- title --" in front is passed over. Empty, with a line in  error as for toPacket(), when 
+     * text is no packet, or beyond the default limits.
+     *
+     * What printing loses does not come back: neighbouring texts are one, texts of white space with a line feed beside
+     * elements are gone, and a name that holds a blank, "/", "=" or the like is not understood.
+     */
+    static QByteArray fromPrinted(const QString &text, QString *error = nullptr);
 };
 
 #endif
