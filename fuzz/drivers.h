@@ -44,6 +44,18 @@ QByteArray textExample(quint32 seed);
 /** Returns an input for xmlToText(). */
 QByteArray treeExample(quint32 seed);
 
+/** What reads as the wire form or as a printed packet writes bytes that read and write as themselves. */
+QString wireRead(const QByteArray &input);
+
+/** Bytes that spell a tree, which is written as the plain form writes it, and read again. */
+QString wireTrees(const QByteArray &input);
+
+/** Returns an input for wireRead(), mostly with one byte changed. */
+QByteArray wireExample(quint32 seed);
+
+/** Returns an input for wireTrees(). */
+QByteArray bytesExample(quint32 seed);
+
 struct Driver {
     const char *name; ///< of the fuzzer, and of the folder of its inputs
     QString (*run)(const QByteArray &input);
@@ -55,6 +67,8 @@ constexpr Driver ALL[] = {
     {"xml-to-text", xmlToText, treeExample},
     {"numbers", numbers, textExample},
     {"round-trip", roundTrip, textExample},
+    {"wire-read", wireRead, wireExample},
+    {"wire-trees", wireTrees, bytesExample},
 };
 
 } // namespace drivers

@@ -119,3 +119,15 @@ void TreeBuilder::close()
     else
         stack.back().appendChild(closed);
 }
+
+void TreeBuilder::abandon()
+{
+    while (!stack.empty())
+        close();
+    if (document.documentElement().isNull() && !oldRoot.isNull())
+        document.appendChild(oldRoot);
+    for (Part &part : parts) {
+        if (part.element.parentNode().isNull())
+            document.documentElement().appendChild(part.element);
+    }
+}

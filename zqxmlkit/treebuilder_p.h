@@ -35,6 +35,9 @@ public:
     void appendComment(const QString &text);
     void close();
 
+    /** Ends the building in the middle: whatever was begun hangs in the document then, and goes with it. */
+    void abandon();
+
     /** Returns how many elements are open. */
     qsizetype depth() const
     {

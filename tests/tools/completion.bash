@@ -5,7 +5,7 @@
 # Fails unless what the shell offers is what a user expects; $1 is the folder of the completions.
 
 status=0
-for tool in zqxml-query zqxml-store; do
+for tool in zqxml-query zqxml-store zqxml-packet; do
     for file in "$1/$tool"*; do
         # shellcheck source=/dev/null
         source "$file"
