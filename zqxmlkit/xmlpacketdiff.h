@@ -58,7 +58,7 @@ public:
      * Returns the differences for people, a line each, with long values cut short. Empty when there is none.
      * \code
      * ~ /zqxml/header/src/@agent_id: "1" -> "2"
-     * + /zqxml/body/msg: <msg>printed</msg>
+     * + /zqxml/body/msg: <msg msg="Ink is low"/>
      * \endcode
      */
     QString toText() const;
