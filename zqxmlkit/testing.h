@@ -73,7 +73,7 @@ private:
  * Answers as the comm server agent does, from a table of packet texts instead of a command server.
  * \code
  * XMLTableServer server(router);
- * server.answers[XMLCommServer::REQUEST_JOBS] = {QStringLiteral("SI 15\n1 Cover\n6 4\nTI 0\n")};
+ * server.answers[XMLCommServer::REQUEST_JOBS] << QStringLiteral("SI 15\n1 Cover\n6 4\nTI 0\n");
  * \endcode
  * The first action of a packet is answered by one packet with the records under its type; a type that the table does
  * not have is not answered.

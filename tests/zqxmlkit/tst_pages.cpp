@@ -173,7 +173,7 @@ void TestPages::randomRequests()
 
             const int stopAfter = draw(pages + 1);
             const Outcome stopped = askForPages(action, pageSize, stopAfter);
-            QCOMPARE(stopped.records, expected.mid(0, stopAfter * pageSize));
+            QCOMPARE(stopped.records, QStringList(expected.mid(0, stopAfter * pageSize)));
             QCOMPARE(stopped.state, int{stopAfter < std::max(pages - 1, 0) ? XMLPages::Cancelled : stopped.state});
             QCOMPARE(pageServer->openCursors(), 0);
         }
@@ -203,7 +203,7 @@ void TestPages::failures()
         ZQFaults().brokenChains = false;
         QCOMPARE(pages->state(), isTried ? XMLPages::Failed : XMLPages::Answered);
         // A list that breaks off still gives its first record, so nothing is missing until then.
-        QCOMPARE(records, isTried ? all.mid(0, records.size()) : all);
+        QCOMPARE(records, QStringList(isTried ? all.mid(0, records.size()) : all.mid(0)));
     }
     ZQFaults().brokenChains = true;
     QCOMPARE(askForPages(action, 3).state, int{XMLPages::Failed}); // at the list of outputs

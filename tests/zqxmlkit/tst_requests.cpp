@@ -294,7 +294,7 @@ void TestRequests::manyAtOnce()
 {
     XMLRouter router(nullptr);
     XMLTableServer server(router);
-    server.answers[7] = {QStringLiteral("SI 15\n1 Cover\n6 4\nTI 0")};
+    server.answers[7] << QStringLiteral("SI 15\n1 Cover\n6 4\nTI 0");
     XMLRequester requester(&router);
     XMLAction action(QString(), 7, 0);
     std::set<int> ids;
