@@ -19,19 +19,21 @@ class XMLPacket;
 class ZQXMLKIT_EXPORT XMLPacketDiff
 {
 public:
+    /** Which side has it. */
     enum Kind {
         Added, ///< only the right side has it
         Removed, ///< only the left side has it
         Changed, ///< both sides have it, with other content
     };
 
+    /** One place where the packets differ. */
     struct Difference {
         /**
          * Where, in names as the wire form writes them: "/zqxml/body/action[2]/@type". A number counts the children of
          * one name from 1. Of what only the right side has, the place on that side; else that on the left.
          */
         QString path;
-        Kind kind;
+        Kind kind; ///< which side has it
         QString left; ///< the value of an attribute or text, or an element in the wire form; null when it is Added
         QString right; ///< the same of the right side; null when it is Removed
     };
