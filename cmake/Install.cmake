@@ -160,7 +160,7 @@ install(FILES "${config}.cmake" "${config}Version.cmake" DESTINATION "${zqxml_cm
 
 if(TARGET zqxml-query)
     include(cmake/Completion.cmake)
-    set(zqxml_tools zqxml-query zqxml-store zqxml-packet)
+    set(zqxml_tools zqxml-query zqxml-store zqxml-packet zqxml-trace)
     zqxml_set_install_rpath(BINDIR ${zqxml_tools})
     install(TARGETS ${zqxml_tools} RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tools)
     foreach(tool IN LISTS zqxml_tools)

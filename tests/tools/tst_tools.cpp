@@ -31,6 +31,7 @@ void tst_Tools::initTestCase()
 {
     QVERIFY(found.open(QIODevice::WriteOnly));
     qputenv("PATH", ZQXML_TOOLS ":" + qgetenv("PATH"));
+    qputenv("DATA", QFile::encodeName(QFINDTESTDATA("../data")));
     qputenv("LC_ALL", "C.UTF-8");
     qputenv("QT_HASH_SEED", "0"); // fixes the order of attributes
 }
