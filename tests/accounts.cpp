@@ -128,6 +128,7 @@ extern "C" void free(void *block)
 int runWithAccounts(QObject &test, int argc, char **argv)
 {
     int status = QTest::qExec(&test, argc, argv);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     long left = 0;
     // Where others keep the accounts nothing is counted.
     for (int more = blocks > 0 ? 4 : 0; status == 0 && more > 0; more = left > 0 ? more - 1 : 0) {
