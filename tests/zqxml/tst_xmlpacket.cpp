@@ -150,8 +150,8 @@ private:
     void mark(Object &object)
     {
         QDomElement element = object.object->getNode();
-        element.setAttribute(QStringLiteral("n"), ++marks);
-        *object.text = QStringLiteral("%1[n=%2]").arg(element.tagName()).arg(marks);
+        XMLObject::setProperty(element, QStringLiteral("n"), ++marks);
+        *object.text = QStringLiteral("%1(n(\"%2\"))").arg(element.tagName()).arg(marks);
     }
 
     int marks = 0;
