@@ -63,12 +63,9 @@ struct Driver {
 };
 
 constexpr Driver ALL[] = {
-    {"text-to-xml", textToXml, textExample},
-    {"xml-to-text", xmlToText, treeExample},
-    {"numbers", numbers, textExample},
-    {"round-trip", roundTrip, textExample},
-    {"wire-read", wireRead, wireExample},
-    {"wire-trees", wireTrees, bytesExample},
+    {"text-to-xml", textToXml, textExample}, {"xml-to-text", xmlToText, treeExample},
+    {"numbers", numbers, textExample},       {"round-trip", roundTrip, textExample},
+    {"wire-read", wireRead, wireExample},    {"wire-trees", wireTrees, bytesExample},
 };
 
 } // namespace drivers
