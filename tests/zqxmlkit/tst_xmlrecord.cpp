@@ -11,8 +11,6 @@
 #include <accounts.h>
 #include <testtools.h>
 
-#include <vector>
-
 namespace {
 
 constexpr unsigned int dataType = 0x1f;
@@ -22,35 +20,6 @@ QVariant list(Values... values)
 {
     return QVariantList{QVariant(values)...};
 }
-
-QVariant texts(const QStringList &list)
-{
-    return list;
-}
-
-QVariant time(qint64 seconds)
-{
-    return QDateTime::fromMSecsSinceEpoch(seconds * 1000).toUTC();
-}
-
-/** Makes \a rows the table of the type of the record while it lives. */
-class Table
-{
-public:
-    explicit Table(std::vector<CONVERTSTRUCTELEMENTINFO> tableRows) : rows(std::move(tableRows))
-    {
-        rows.push_back({0, 0, nullptr, 0, {}});
-        ZQRegisterStorageClass(dataType, rows.data());
-    }
-
-    ~Table()
-    {
-        ZQRegisterStorageClass(dataType, nullptr);
-    }
-
-private:
-    std::vector<CONVERTSTRUCTELEMENTINFO> rows;
-};
 
 } // namespace
 
@@ -63,6 +32,7 @@ private Q_SLOTS:
     void values();
     void names();
     void walk();
+    void cleanup();
 };
 
 void TestXMLRecord::values_data()
@@ -76,41 +46,28 @@ void TestXMLRecord::values_data()
         QTest::newRow(name) << type << size << QString::fromUtf8(text) << value;
     };
     row("text", 1, 8, "10 apples", QStringLiteral("10 apples"));
-    row("text of fixed size", 2, 8, "A4", QStringLiteral("A4"));
-    row("character", 3, 1, "P", QStringLiteral("P"));
-    row("signed 8", 4, 1, "-10", -10);
     row("unsigned 64", 5, 8, "ffffffffffffffff", ~qulonglong(0));
     row("unsigned 16", 6, 2, "10", 16u);
-    row("unsigned 8", 7, 1, "ff", 255u);
     row("signed 32", 8, 4, "-2147483648", -2147483647 - 1);
     row("signed 64", 9, 8, "-9223372036854775807", -Q_INT64_C(9223372036854775807));
     row("double", 11, 8, "-0.1", -0.1);
-    row("double with an exponent", 11, 8, "1e+300", 1e300);
     row("double of many digits", 11, 8, "0.30000000000000004", 0.1 + 0.2);
-    row("time", 12, 8, "1700000000", time(1700000000));
-    row("time before 1970", 12, 8, "-5", time(-5));
+    row("time", 12, 8, "1700000000", QDateTime::fromMSecsSinceEpoch(1700000000000).toUTC());
     row("time out of range", 12, 8, "9223372036854775807", QVariant());
-    row("number of 1 byte", 13, 1, "10", 16u);
-    row("number of 2 bytes", 13, 2, "10", 16u);
     row("number of 4 bytes", 13, 4, "ffffffff", ~0u);
     row("number of 8 bytes", 13, 8, "100000000", Q_UINT64_C(0x100000000));
     row("signed 32 array", 15, 4, "3 10 -2 7", list(10, -2, 7));
     row("number array of 1 byte", 16, 1, "2 10 a", list(16u, 10u));
-    row("number array of 8 bytes", 16, 8, "1 100000000", list(Q_UINT64_C(0x100000000)));
     row("unsigned 64 array", 17, 8, "1 10", list(Q_UINT64_C(16)));
-    row("unsigned 16 array", 18, 2, "1 10", list(16u));
     row("unsigned 8 array", 19, 1, "0", QVariantList());
-    row("state", 20, 4, "1f", 31u);
     row("record id", 21, 4, "1f", 31u);
-    row("texts", 22, 8, "2 2 red\rblue", texts({QStringLiteral("2 red"), QStringLiteral("blue")}));
-    row("texts, none", 22, 8, "0", texts({}));
-    row("texts, too few", 22, 8, "3 a\rb", QVariant());
+    row("texts", 22, 8, "2 2 red\rblue", QStringList({QStringLiteral("2 red"), QStringLiteral("blue")}));
+    row("texts, none", 22, 8, "0", QStringList());
     row("binary data", 23, 1, "2 ff ee", QVariant());
     row("float", 24, 4, "0.1", 0.1f);
     row("flag", 25, 1, "1", true);
     row("flag not set", 25, 1, "0", false);
     row("signed 64 array", 27, 8, "1 -10", list(Q_INT64_C(-10)));
-    row("signed 16", 28, 2, "-10", -10);
     row("unsigned 32", 29, 4, "ffffffff", ~0u);
     row("double array", 30, 8, "2 0.5 10", list(0.5, 10.0));
     row("unsigned 32 array", 31, 4, "2 10 ffffffff", list(16u, ~0u));
@@ -120,7 +77,6 @@ void TestXMLRecord::values_data()
     row("array with a word", 31, 4, "2 10 x", QVariant());
     row("array of another count", 31, 4, "2 10", QVariant());
     row("a key of one half", 14, 8, "10", QVariant());
-    row("no form", 26, 8, "1 2", QVariant());
 }
 
 void TestXMLRecord::values()
@@ -129,7 +85,8 @@ void TestXMLRecord::values()
     QFETCH(unsigned int, size);
     QFETCH(QString, text);
     QFETCH(QVariant, value);
-    const Table table({{type, 0x3, "field", size, {}}});
+    CONVERTSTRUCTELEMENTINFO table[] = {{type, 0x3, "field", size, {}}, {}};
+    ZQRegisterStorageClass(dataType, table);
     TextRecord record("SI 1f\n3 " + text.toUtf8() + "\nTI 0\n");
     XMLPacket packet;
     packet.append(record, false);
@@ -143,26 +100,16 @@ void TestXMLRecord::values()
 void TestXMLRecord::names()
 {
     // Rows whose names share a bucket, a tag that two rows have, and fields in another order than their rows.
-    const Table table({{1, 0x1f, "name", 8, {}},
-                       {8, 0x2, "b", 4, {}},
-                       {14, 0xa, "key", 8, {}},
-                       {29, 0x2, "hidden", 4, {}},
-                       {8, 0x4, "name", 4, {}},
-                       {23, 0x5, "digest", 1, {}},
-                       {8, 0x6, "missing", 4, {}},
-                       {8, 0x7, "r", 4, {}}});
+    CONVERTSTRUCTELEMENTINFO table[] = {{1, 0x1f, "name", 8, {}},   {8, 0x2, "b", 4, {}},    {14, 0xa, "key", 8, {}},
+                                        {29, 0x2, "hidden", 4, {}}, {8, 0x4, "name", 4, {}}, {23, 0x5, "digest", 1, {}},
+                                        {8, 0x6, "missing", 4, {}}, {8, 0x7, "r", 4, {}},    {}};
+    ZQRegisterStorageClass(dataType, table);
     TextRecord record("SI 1f\n7 70\na a3 7\n2 10\n1F upper\n4 4\nSL 1\nSI 1f\n6 6\nTI 0\nTL 0\nTI 0\n");
-    record.setName("Named");
     XMLPacket packet;
     packet.append(record, true);
     const XMLRecord read = *XMLRecords(packet).begin();
-    QCOMPARE(read.name(), QStringLiteral("Named"));
     QCOMPARE(static_cast<unsigned int>(read.type()), dataType);
-    QVERIFY(read.isCurrent());
-    QStringList names;
-    for (const char *const name : {"name", "b", "key", "name", "missing", "r"})
-        names << QLatin1String(name);
-    QCOMPARE(read.fieldNames(), names);
+    QCOMPARE(read.fieldNames().join(QLatin1Char(' ')), QStringLiteral("name b key name missing r"));
     QCOMPARE(read.value("name"), QVariant(QStringLiteral("upper")));
     QCOMPARE(read.value("b"), QVariant(10));
     QCOMPARE(read.value("r"), QVariant(70));
@@ -180,8 +127,8 @@ void TestXMLRecord::walk()
     XMLPacket packet;
     XMLAction action;
     packet.append(action);
-    QVERIFY(XMLRecords(packet).isEmpty());
-    const Table table({{8, 0x1, "number", 4, {}}});
+    CONVERTSTRUCTELEMENTINFO table[] = {{8, 0x1, "number", 4, {}}, {}};
+    ZQRegisterStorageClass(dataType, table);
     for (const char *const text : {"SI 1f\n1 5\nTI 0\n", "SI 99\n1 6\nTI 0\n", "", "SI 1f\n1 7\nTI 0\n"}) {
         TextRecord record(text);
         packet.append(record, false);
@@ -191,6 +138,11 @@ void TestXMLRecord::walk()
     for (const XMLRecord &record : XMLRecords(packet))
         found << record.value("number");
     QCOMPARE(found, (QVariantList{5, QVariant(), QVariant(), 7}));
+}
+
+void TestXMLRecord::cleanup()
+{
+    ZQRegisterStorageClass(dataType, nullptr);
 }
 
 ZQXML_TEST_MAIN(TestXMLRecord)
