@@ -12,7 +12,6 @@
 
 #include <QTest>
 
-#include <accounts.h>
 #include <testtools.h>
 
 class TestXMLEndpoint : public QObject
@@ -21,7 +20,6 @@ class TestXMLEndpoint : public QObject
 
 private Q_SLOTS:
     void content();
-    void ends_data();
     void ends();
 };
 
@@ -37,18 +35,9 @@ void TestXMLEndpoint::content()
         QCOMPARE(id, from);
         log << action.getName();
     });
-    connect(&receiver, &XMLEndpoint::uiReceived, this, [&log, from](int id, XMLUI &ui) {
-        QCOMPARE(id, from);
-        log << ui.getName();
-    });
-    connect(&receiver, &XMLEndpoint::imageReceived, this, [&log, from](int id, XMLImage &image) {
-        QCOMPARE(id, from);
-        log << image.getName();
-    });
-    connect(&receiver, &XMLEndpoint::messageReceived, this, [&log, from](int id, XMLMessage &message) {
-        QCOMPARE(id, from);
-        log << message.getMessage();
-    });
+    connect(&receiver, &XMLEndpoint::uiReceived, this, [&log](int, XMLUI &got) { log << got.getName(); });
+    connect(&receiver, &XMLEndpoint::imageReceived, this, [&log](int, XMLImage &got) { log << got.getName(); });
+    connect(&receiver, &XMLEndpoint::messageReceived, this, [&log](int, XMLMessage &got) { log << got.getMessage(); });
     connect(&receiver, &XMLEndpoint::recordsReceived, this, [&log, from](int id, const XMLRecords &records) {
         QCOMPARE(id, from);
         for (const XMLRecord &record : records)
@@ -72,56 +61,45 @@ void TestXMLEndpoint::content()
     QTRY_COMPARE(log.join(QLatin1Char(' ')), QStringLiteral("first record converted menu image second message 777"));
 }
 
-void TestXMLEndpoint::ends_data()
-{
-    QTest::addColumn<int>("end");
-    QTest::newRow("nothing") << 0;
-    QTest::newRow("the receiver in its first signal") << 1;
-    QTest::newRow("the router in a signal") << 2;
-    QTest::newRow("the receiver when an agent is gone") << 3;
-    QTest::newRow("the parent when the child is gone") << 4;
-}
-
 void TestXMLEndpoint::ends()
 {
-    QFETCH(int, end);
-    auto router = std::make_unique<XMLRouter>(nullptr);
-    QObject *parent = new QObject;
-    QPointer<XMLEndpoint> receiver = new XMLEndpoint(router.get(), 101, parent);
-    XMLEndpoint other(router.get(), 100);
-    int actions = 0;
-    connect(receiver.data(), &XMLEndpoint::actionReceived, this, [&](int, XMLAction &action) {
-        ++actions;
-        if (end == 1)
+    enum { Nothing, ReceiverInSignal, RouterInSignal, ReceiverWhenGone, ParentWhenGone, Ends };
+    for (int end = Nothing; end < Ends; ++end) {
+        auto router = std::make_unique<XMLRouter>(nullptr);
+        QObject *parent = new QObject;
+        QPointer<XMLEndpoint> receiver = new XMLEndpoint(router.get(), 101, parent);
+        XMLEndpoint other(router.get(), 100);
+        int actions = 0;
+        connect(receiver.data(), &XMLEndpoint::actionReceived, this, [&](int, XMLAction &action) {
+            ++actions;
+            if (end == ReceiverInSignal)
+                delete receiver;
+            else if (end == RouterInSignal)
+                router.reset();
+            QCOMPARE(action.getType(), actions); // it lives as long as the signal
+        });
+        connect(receiver.data(), &XMLEndpoint::agentGone, this, [&] {
+            if (end == ReceiverWhenGone)
+                delete receiver;
+        });
+        connect(&other, &XMLEndpoint::agentGone, this, [&](int id) {
+            if (id < 0)
+                other.send(1, XMLAction()); // the router is being destroyed
+            if (end == ParentWhenGone)
+                delete std::exchange(parent, nullptr);
+        });
+        const int id = receiver->getAgentID();
+        other.send(id, XMLAction(QString(), 1, 0), XMLAction(QString(), 2, 0));
+        QTRY_COMPARE(actions, end == ReceiverInSignal ? 1 : 2);
+        if (end == ReceiverWhenGone)
+            XMLEndpoint(router.get(), 102);
+        QCOMPARE(receiver.isNull(), end == ReceiverInSignal || end == ReceiverWhenGone);
+        if (end == ParentWhenGone)
             delete receiver;
-        else if (end == 2)
-            router.reset();
-        QCOMPARE(action.getType(), actions); // it lives as long as the signal
-    });
-    connect(receiver.data(), &XMLEndpoint::agentGone, this, [&] {
-        if (end == 3)
-            delete receiver;
-    });
-    connect(&other, &XMLEndpoint::agentGone, this, [&](int id) {
-        if (id < 0)
-            other.send(1, XMLAction()); // the router is being destroyed
-        if (end == 4)
-            delete std::exchange(parent, nullptr);
-    });
-    const int id = receiver->getAgentID();
-    other.send(id, XMLAction(QString(), 1, 0), XMLAction(QString(), 2, 0));
-    QTRY_COMPARE(actions, end == 1 ? 1 : 2);
-    QCOMPARE(receiver.isNull(), end == 1);
-    if (end == 3)
-        XMLEndpoint(router.get(), 102);
-    QCOMPARE(receiver.isNull(), end == 1 || end == 3);
-    if (end == 4)
-        delete receiver;
-    QVERIFY(!router || router->contains(id) == !receiver.isNull());
-    if (end == 0)
-        router.reset();
-    delete parent;
-    QVERIFY(receiver.isNull());
+        QVERIFY2(!router || router->contains(id) == !receiver.isNull(), qPrintable(QString::number(end)));
+        delete parent;
+        QVERIFY2(receiver.isNull(), qPrintable(QString::number(end)));
+    }
 }
 
 ZQXML_TEST_MAIN(TestXMLEndpoint)
