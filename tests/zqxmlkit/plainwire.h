@@ -16,10 +16,7 @@ namespace plain {
 
 inline QString escapeOf(QChar c)
 {
-    return QStringLiteral("_x%1_")
-        .arg(c.unicode(), 4, 16, QLatin1Char('0'))
-        .toUpper()
-        .replace(QLatin1Char('X'), QLatin1Char('x'));
+    return QString::asprintf("_x%04X_", unsigned{c.unicode()});
 }
 
 // As it is, unless it could be read as an escape with what follows it.
@@ -47,7 +44,7 @@ inline QString name(const QString &text)
 }
 
 /** Escapes what no XML can hold. \a behind is the text that comes after \a text. */
-inline QString value(const QString &text, const QString &behind, const QString &forbidden)
+inline QString value(const QString &text, const QString &behind, const QString &controls)
 {
     QString out;
     for (int i = 0; i < text.size(); ++i) {
@@ -56,22 +53,13 @@ inline QString value(const QString &text, const QString &behind, const QString &
         const bool isSecondHalf = c.isLowSurrogate() && i > 0 && text.at(i - 1).isHighSurrogate();
         if (c == QLatin1Char('_'))
             out += underline((text + behind).mid(i + 1));
-        else if ((c.isSurrogate() && !isFirstHalf && !isSecondHalf) || c.unicode() >= 0xfffe || forbidden.contains(c))
+        else if ((c.isSurrogate() && !isFirstHalf && !isSecondHalf) || c.unicode() >= 0xfffe
+                 || (c.unicode() < 0x20 && !controls.contains(c)))
             out += escapeOf(c);
         else
             out += c;
     }
     return out;
-}
-
-inline QString controls()
-{
-    QString all;
-    for (ushort c = 0; c < 0x20; ++c) {
-        if (c != '\t' && c != '\n' && c != '\r')
-            all += QChar(c);
-    }
-    return all;
 }
 
 inline QString references(QString text, const QString &which)
@@ -98,23 +86,19 @@ inline QString wire(const QDomNode &n)
     const QString content = n.nodeValue();
     if (n.isCDATASection())
         return QStringLiteral("<![CDATA[")
-            + value(content, behind(n), controls() + QLatin1Char('\r'))
+            + value(content, behind(n), QStringLiteral("\t\n"))
                   .replace(QStringLiteral("]]>"), QStringLiteral("]]_x003E_"))
             + QStringLiteral("]]>");
-    if (n.isComment()) {
-        QString inside = value(content, QString(), controls() + QLatin1Char('\r'));
-        for (int i = static_cast<int>(inside.size()) - 1; i >= 0; --i) {
-            if (inside.at(i) == QLatin1Char('-')
-                && (i == inside.size() - 1 || (i > 0 && inside.at(i - 1) == QLatin1Char('-'))))
-                inside.replace(i, 1, QStringLiteral("_x002D_"));
-        }
-        return QStringLiteral("<!--") + inside + QStringLiteral("-->");
-    }
+    static const QRegularExpression dash(QStringLiteral("(?<=-)-|-\\z"));
+    if (n.isComment())
+        return QStringLiteral("<!--")
+            + value(content, QString(), QStringLiteral("\t\n")).replace(dash, QStringLiteral("_x002D_"))
+            + QStringLiteral("-->");
     if (n.isText())
         return (content.isEmpty() || (n.previousSibling().isText() && !n.previousSibling().isCDATASection())
                     ? QStringLiteral("<?t?>")
                     : QString())
-            + references(value(content, behind(n), controls()), QStringLiteral("&<>\r"));
+            + references(value(content, behind(n), QStringLiteral("\t\n\r")), QStringLiteral("&<>\r"));
     QString children;
     for (QDomNode child = n.firstChild(); !child.isNull(); child = child.nextSibling())
         children += wire(child);
@@ -129,7 +113,8 @@ inline QString wire(const QDomNode &n)
         tag += QStringLiteral(" xmlns=\"") + n.namespaceURI() + QLatin1Char('"');
     for (const auto &[key, text] : attributes)
         tag += QLatin1Char(' ') + name(key) + QStringLiteral("=\"")
-            + references(value(text, QString(), controls()), QStringLiteral("&<>\"\t\n\r")) + QLatin1Char('"');
+            + references(value(text, QString(), QStringLiteral("\t\n\r")), QStringLiteral("&<>\"\t\n\r"))
+            + QLatin1Char('"');
     return QLatin1Char('<') + tag + (n.hasChildNodes() ? QLatin1Char('>') + children + end : QStringLiteral("/>"));
 }
 
@@ -147,16 +132,10 @@ public:
     QString text(int longest)
     {
         // What escapes are made of comes often, so that one begins here and goes on there.
-        static const QStringList pieces = {
-            QStringLiteral("_"),      QStringLiteral("_x"),      QStringLiteral("_x0"),   QStringLiteral("041"),
-            QStringLiteral("_x0041"), QStringLiteral("_x005F_"), QStringLiteral("00E4_"), QStringLiteral("_x00e4_"),
-            QStringLiteral("xml"),    QStringLiteral("XmL"),     QStringLiteral("1f"),    QStringLiteral("-"),
-            QStringLiteral("--"),     QStringLiteral("]]"),      QStringLiteral(">"),     QStringLiteral("]]>"),
-            QStringLiteral("<"),      QStringLiteral("&"),       QStringLiteral("&#13;"), QStringLiteral("\""),
-            QStringLiteral("'"),      QStringLiteral(":"),       QStringLiteral("\r\n"),  QStringLiteral("\r"),
-            QStringLiteral("\n"),     QStringLiteral("\t"),      QStringLiteral(" "),     QStringLiteral("xmlns"),
-            QStringLiteral("ß"),      QStringLiteral("印"),      QStringLiteral("=\""),   QStringLiteral("<?t?>"),
-            QStringLiteral("."),      QStringLiteral("x"),       QStringLiteral("a")};
+        static const char *const pieces[] = {
+            "_",  "_x", "_x0", "041",   "_x0041", "_x005F_", "00E4_", "_x00e4_", "xml", "XmL", "1f",   "-",
+            "--", "]]", ">",   "]]>",   "<",      "&",       "&#13;", "\"",      "'",   ":",   "\r\n", "\r",
+            "\n", "\t", " ",   "xmlns", "ß",      "印",      "=\"",   "<?t?>",   ".",   "x",   "a"};
         static const ushort units[] = {0xd800, 0xdbff, 0xdc00, 0xdfff, 0xfffe, 0xffff,
                                        0xfeff, 0xfffd, 0x7f,   0x85,   0x2028, 0xfdd0};
         QString made;
@@ -167,7 +146,7 @@ public:
             else if (which == 1)
                 made += QChar(units[below(static_cast<int>(std::size(units)))]);
             else
-                made += pieces.at(below(static_cast<int>(pieces.size())));
+                made += QString::fromUtf8(pieces[below(static_cast<int>(std::size(pieces)))]);
         }
         return made;
     }
@@ -190,18 +169,13 @@ public:
 private:
     QDomNode child(QDomDocument document, int depth)
     {
-        switch (below(7)) {
-        case 0:
+        const int kind = below(7);
+        if (kind == 0)
             return document.createCDATASection(text(5));
-        case 1:
+        if (kind == 1)
             return document.createComment(text(5));
-        case 2:
-        case 3:
-        case 4:
+        if (kind < 5)
             return document.createTextNode(text(3));
-        default:
-            break;
-        }
         QDomElement element = document.createElement(QStringLiteral("e"));
         element.setTagName(nonEmptyText());
         if (depth > 0)
