@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <deque>
 
 namespace {
 
@@ -55,9 +56,9 @@ public:
     void step()
     {
         Object &object = objects[below(int(std::size(objects)))];
-        Packet &packet = packets[below(int(std::size(packets)))];
-        Packet &other = packets[below(int(std::size(packets)))];
-        switch (below(12)) {
+        Packet &packet = packets[std::size_t(below(used))];
+        Packet &other = packets[std::size_t(below(used))];
+        switch (below(7)) {
         case 0:
             return replace(object);
         case 1:
@@ -66,14 +67,13 @@ public:
             return;
         case 2:
             if (below(2))
-                held.push_back({nullptr, packet.packet->getBody(), packet.texts});
-            packet.packet = std::make_unique<XMLPacket>();
+                packets.push_back({nullptr, packet.packet->getBody(), packet.texts});
+            if (below(2))
+                packet.packet = std::make_unique<XMLPacket>();
+            else
+                packet.packet->init(nullptr);
             return packet.texts.clear();
-        case 3:
-            packet.packet->init(nullptr);
-            return packet.texts.clear();
-        case 4:
-        case 5: {
+        case 3: {
             const auto texts = other.texts;
             packet.texts.clear();
             for (const auto &text : texts)
@@ -82,15 +82,11 @@ public:
             QVERIFY(*packet.packet == *other.packet);
             return;
         }
-        case 6:
-        case 7:
+        case 4:
             packet.texts.push_back(std::make_shared<QString>(*object.text));
             return object.kind->append(*packet.packet, *object.object, false);
-        case 8:
-        case 9:
+        case 5:
             for (Packet &each : packets)
-                each.texts.remove(object.text);
-            for (Packet &each : held)
                 each.texts.remove(object.text);
             packet.texts.push_back(object.text);
             return object.kind->append(*packet.packet, *object.object, true);
@@ -107,12 +103,13 @@ public:
                 return dump(object.object->getNode()) + QStringLiteral(" instead of ") + *object.text;
         }
         for (const Packet &each : packets) {
-            if (difference(each, each.packet->getBody()))
-                return QStringLiteral("packet ") + dump(each.packet->getBody());
-        }
-        for (const Packet &each : held) {
-            if (difference(each, each.body))
-                return QStringLiteral("held ") + dump(each.body);
+            QStringList texts;
+            for (const auto &text : each.texts)
+                texts << *text;
+            const QString all = texts.join(QLatin1Char(' '));
+            const QString body = dump(each.packet ? each.packet->getBody() : each.body);
+            if (body != (all.isEmpty() ? QStringLiteral("body") : QStringLiteral("body(%1)").arg(all)))
+                return body + QStringLiteral(" with ") + all;
         }
         return QString();
     }
@@ -130,15 +127,6 @@ private:
         std::list<std::shared_ptr<QString>> texts;
     };
 
-    static bool difference(const Packet &packet, const QDomElement &body)
-    {
-        QStringList texts;
-        for (const auto &text : packet.texts)
-            texts << *text;
-        const QString all = texts.join(QLatin1Char(' '));
-        return dump(body) != (all.isEmpty() ? QStringLiteral("body") : QStringLiteral("body(%1)").arg(all));
-    }
-
     void replace(Object &object)
     {
         object.kind = &kinds[below(int(std::size(kinds)))];
@@ -154,9 +142,9 @@ private:
         *object.text = QStringLiteral("%1(n(\"%2\"))").arg(element.tagName()).arg(marks);
     }
 
+    static constexpr int used = 3;
     int marks = 0;
-    std::list<Packet> held;
-    Packet packets[3];
+    std::deque<Packet> packets{used}; ///< those in use, and then those of which only the body is held
     Object objects[5];
 };
 
@@ -167,43 +155,11 @@ class tst_XMLPacket : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void newPacket();
-    void agentNumbers();
     void partsByName();
     void contentIsSharedOrCopied();
     void records();
     void print();
 };
-
-void tst_XMLPacket::newPacket()
-{
-    XMLPacket packet;
-    QVERIFY(packet.isEmpty());
-    QDomDocument document = packet.getBody().ownerDocument();
-    QCOMPARE(
-        XMLObject::toString(document),
-        QStringLiteral("<zqxml xmlns=\"http://zqxml.example.org/ns/1.0\">\n <header>\n  <src/>\n  <dst/>\n </header>\n"
-                       " <body/>\n</zqxml>\n"));
-    QCOMPARE(document.documentElement().namespaceURI(), XMLObject::ZQ_NAMESPACE);
-    QVERIFY(packet.getBody().namespaceURI().isNull());
-    QCOMPARE(packet.toString().trimmed(), QStringLiteral("<zqxml/>"));
-}
-
-void tst_XMLPacket::agentNumbers()
-{
-    XMLPacket packet;
-    QCOMPARE(packet.getSourceAgentID(), 0);
-    QCOMPARE(packet.getDestinationAgentID(), 0);
-    packet.setSourceAgentID(3);
-    packet.setSourceAgentID(-5);
-    packet.setDestinationAgentID(7);
-    const QDomElement header = packet.getBody().previousSiblingElement();
-    QCOMPARE(dump(header), QStringLiteral("header(src[agent_id=-5] dst[agent_id=7])"));
-    QCOMPARE(packet.getSourceAgentID(), -5);
-    QCOMPARE(packet.getDestinationAgentID(), 7);
-    header.firstChildElement().setAttribute(XMLPacket::AGENT_ID, QStringLiteral("1a"));
-    QCOMPARE(packet.getSourceAgentID(), 0);
-}
 
 void tst_XMLPacket::partsByName()
 {
@@ -216,7 +172,6 @@ void tst_XMLPacket::partsByName()
     header.appendChild(header.firstChild());
     packet.getBody().parentNode().appendChild(header);
     XMLPacket copy;
-    copy.setDestinationAgentID(9);
     QCOMPARE(&(copy = packet), &copy);
     QCOMPARE(dump(copy.getBody().parentNode()),
              QStringLiteral("zqxml(body(msg) header(dst[agent_id=2] src[agent_id=1]))"));
@@ -228,9 +183,7 @@ void tst_XMLPacket::partsByName()
         root.removeChild(root.firstChild());
     copy = packet;
     copy.setSourceAgentID(1);
-    copy.setDestinationAgentID(1);
     QCOMPARE(copy.getSourceAgentID(), 0);
-    QCOMPARE(copy.getDestinationAgentID(), 0);
     QVERIFY(copy.getBody().isNull());
     QVERIFY(copy.isEmpty());
     QVERIFY(copy.append(message).isNull());
@@ -243,7 +196,7 @@ void tst_XMLPacket::contentIsSharedOrCopied()
     const quint32 first = QRandomGenerator::global()->generate();
     for (quint32 seed = first; seed - first < 60; ++seed) {
         Company company(seed);
-        for (int i = 0; i < 60; ++i) {
+        for (int i = 0; i < 70; ++i) {
             company.step();
             QVERIFY2(company.difference().isNull(),
                      qPrintable(QStringLiteral("seed %1, step %2: %3").arg(seed).arg(i).arg(company.difference())));
@@ -254,21 +207,18 @@ void tst_XMLPacket::contentIsSharedOrCopied()
 void tst_XMLPacket::records()
 {
     XMLPacket packet;
+    QVERIFY(packet.isEmpty());
     TextRecord record(QByteArray("SL 0\n"));
-    record.setName("r");
     const QDomElement first = packet.append(record, true);
     packet.appendV(record, false);
     QVERIFY(first == packet.getBody().firstChild());
     QCOMPARE(dump(packet.getBody()),
-             QStringLiteral("body(packetable[datatype=1f is_current=1 name=r](list[size=0]) "
-                            "packetable[datatype=1f name=r](list[size=0]))"));
+             QStringLiteral("body(packetable[datatype=1f is_current=1](list[size=0]) "
+                            "packetable[datatype=1f](list[size=0]))"));
     QVERIFY(!packet.isEmpty());
     std::list<QDomNode> found{first};
     QCOMPARE(packet.getNodesOfType(XMLObject::XML_PACKETABLE, found), 2);
-    QCOMPARE(found.size(), std::size_t(3));
-    QVERIFY(found.back() == packet.getBody().lastChild());
     QVERIFY(packet.hasNodesOfType(XMLObject::XML_PACKETABLE));
-    QVERIFY(!packet.hasNodesOfType(XMLObject::XML_PACKET));
 }
 
 void tst_XMLPacket::print()
@@ -276,6 +226,7 @@ void tst_XMLPacket::print()
     XMLPacket packet;
     XMLMessage message(QStringLiteral("\u00fcber 100%s \u20ac"));
     packet.appendV(message);
+    QCOMPARE(packet.toString().trimmed(), QStringLiteral("<zqxml/>"));
     XMLAction action;
     QTemporaryFile file;
     QVERIFY(file.open());
