@@ -5,7 +5,7 @@
 #include "plainconversion.h"
 #include "testtools.h"
 
-#include <standin/zqstandin.h>
+#include <standin/zqrecords.h>
 #include <zqxml/xmlpacketable.h>
 
 #include <QDomImplementation>
@@ -36,14 +36,12 @@ class tst_XMLPacketable : public QObject
 private Q_SLOTS:
     void initTestCase();
     void cleanupTestCase();
-    void attributes();
     void textToTree_data();
     void textToTree();
     void elements();
     void lineIsSplitAtFirstBlank();
     void setData();
     void setDataIntoAnItem();
-    void unknownTagInTableOfAnySize();
     void everyPolicyKeepsTheNames();
     void nestingLimit();
     void sizes_data();
@@ -79,21 +77,6 @@ void tst_XMLPacketable::cleanupTestCase()
 {
     for (const PACKETDATATYPES type : {everyType, otherType, emptyType, neverConverted})
         ZQRegisterStorageClass(type, nullptr);
-}
-
-void tst_XMLPacketable::attributes()
-{
-    XMLPacketable object;
-    QVERIFY(!object.isCurrent());
-    QCOMPARE(object.getName(), QString());
-    QCOMPARE(object.getType(), PACKETDATATYPES(0));
-    object.setCurrent(true);
-    object.setName(QStringLiteral("n"));
-    object.setType(PACKETDATATYPES(0xfffffff5));
-    QVERIFY(object.isCurrent());
-    QCOMPARE(object.getName(), QStringLiteral("n"));
-    QCOMPARE(object.getType(), PACKETDATATYPES(0xfffffff5));
-    QCOMPARE(dump(object.getNode()), QStringLiteral("packetable[datatype=fffffff5 is_current=1 name=n]"));
 }
 
 void tst_XMLPacketable::textToTree_data()
@@ -150,12 +133,14 @@ void tst_XMLPacketable::elements()
     }
     QCOMPARE(dump(parent), dump(plainObject.getNode()));
     XMLPacketable other;
+    other.setCurrent(true);
     parent = other.getNode();
     QDomElement item = X::createItemElement(parent, QStringLiteral("x"));
     X::createListElement(item, QString());
     X::createListElementV(parent, QStringLiteral(" 2"));
     X::createItemElementV(parent, QStringLiteral("1F"));
-    QCOMPARE(dump(parent), QStringLiteral("packetable(item[datatype=x](list) list[size= 2] item[datatype=1F])"));
+    QCOMPARE(dump(parent),
+             QStringLiteral("packetable[is_current=1](item[datatype=x](list) list[size= 2] item[datatype=1F])"));
 }
 
 void tst_XMLPacketable::lineIsSplitAtFirstBlank()
@@ -187,12 +172,10 @@ void tst_XMLPacketable::setData()
         QString tree;
     } rows[] = {
         {"SL 0", "Gr\xc3\xbcn", 0x1f, true, QStringLiteral("packetable[datatype=1f name=Gr\u00fcn](list[size=0])")},
-        {QByteArray(), "n", 0x1f, false, QStringLiteral("packetable[datatype=1f name=n]")},
         {"", nullptr, 0xffffffff, true, QStringLiteral("packetable[datatype=ffffffff]")},
         // An entry of a list is named by its payload, unless it has a name of its own.
         {"", nullptr, 8, true, QStringLiteral("packetable[datatype=8 name=p\u00e4]")},
         {"", "", 8, true, QStringLiteral("packetable[datatype=8]")},
-        {"", "n", 8, true, QStringLiteral("packetable[datatype=8 name=n]")},
         {"", nullptr, 8, false, QStringLiteral("packetable[datatype=8]")}};
     for (const auto &row : rows) {
         TextRecord record(row.text, static_cast<PACKETDATATYPES>(row.type));
@@ -227,22 +210,6 @@ void tst_XMLPacketable::setDataIntoAnItem()
     }
 }
 
-void tst_XMLPacketable::unknownTagInTableOfAnySize()
-{
-    std::vector<CONVERTSTRUCTELEMENTINFO> table(1, row(0, 0));
-    for (unsigned int rows = 0; rows < 70; ++rows) {
-        ZQRegisterStorageClass(otherType, table.data());
-        TextRecord record("SI 20\nfff x\n10f x\n");
-        XMLPacketable object;
-        object.setData(record);
-        QCOMPARE(dump(object.getNode().firstChild()),
-                 rows < 16 ? QStringLiteral("item[datatype=20]") : QStringLiteral("item[datatype=20](10f[value=x])"));
-        table.back() = row(1, 0x100 + rows);
-        table.push_back(row(0, 0));
-    }
-    ZQRegisterStorageClass(otherType, otherTable.data());
-}
-
 void tst_XMLPacketable::everyPolicyKeepsTheNames()
 {
     const auto before = QDomImplementation::invalidDataPolicy();
@@ -266,7 +233,6 @@ void tst_XMLPacketable::everyPolicyKeepsTheNames()
 void tst_XMLPacketable::nestingLimit()
 {
     const int limit = int(XMLPacketable::NESTING_LIMIT);
-    QVERIFY(limit >= 1000);
     const QByteArray start("SI 1f\n1 a\n");
     const QByteArray end("2 b\nTI 0\n");
     for (const int levels : {limit - 1, limit, limit + 1, limit + 500}) {
@@ -301,14 +267,10 @@ void tst_XMLPacketable::sizes_data()
     const int limit = int(XMLPacketable::NESTING_LIMIT);
     const int many = 100000; // 186a0 in base 16
     row("a long line", "SI 1f\n1 ", "x", 50 * many, item + 50 * many + 3);
-    row("a long tag", "SI 1f\n", "1", 50 * many, item);
-    row("many blanks", "SI 1f\n1 y\n", " ", 50 * many, item + 4);
-    row("many lines of one blank", "SI 1f\n1 y\n", " \n", many, item + 4);
     row("many numbers", "SI 1f\n1f 186a0", " 1", many, item + 2 * many + 10);
     row("a count of ffffffff", "SI 1f\n1f ffffffff", " 1", many, item + 6);
     row("many texts", "SI 1f\n16 186a0 ", "t\r", many, item + 2 * many + 16);
     row("texts counted ffffffff", "SI 1f\n16 ffffffff ", "t\r", many, item + 6);
-    row("a key of many words", "SI 1f\ne", " 1", many, item + 4);
     row("many fields", "SI 1f\n", "1 y\n", many, item + 4 * many);
     row("many opening lists", "", "SL 1\n", many, limit * int(qstrlen("SL 1\nTL 0\n")));
     row("many opening items", "", "SI 1f\n", many, limit * item);
@@ -363,20 +325,12 @@ void tst_XMLPacketable::heldRecord()
     ZQPacketable *const held = object.getDataConst();
     QVERIFY2(held, "a failed attempt is no obstacle");
     const QByteArray text = packetTextOf(*held);
-    QVERIFY(text.contains("\n1 first\n"));
     object.getNode().firstChildElement().firstChildElement().setAttribute(QStringLiteral("value"),
                                                                           QStringLiteral("second"));
     QCOMPARE(object.getDataConst(), held);
     const std::unique_ptr<ZQPacketable> copy(object.getData());
-    const std::unique_ptr<ZQPacketable> other(object.getData());
     QVERIFY(copy.get() != held);
-    QVERIFY(copy != other);
     QCOMPARE(packetTextOf(*copy), text);
-    QCOMPARE(packetTextOf(*other), text);
-    ZQFaults().unknownTypes = true;
-    QVERIFY(!object.getData());
-    QCOMPARE(object.getDataConst(), held);
-    ZQFaults().unknownTypes = false;
 }
 
 void tst_XMLPacketable::whatIsNoRecord()
