@@ -9,7 +9,6 @@
 #include <zqxml/xmlmessage.h>
 #include <zqxml/xmlpacketable.h>
 
-#include <QPointer>
 #include <QRandomGenerator>
 #include <QSqlDatabase>
 #include <QSqlError>
@@ -132,12 +131,6 @@ private:
         return lines;
     }
 
-    QStringList ask(int request)
-    {
-        XMLAction action(QString(), request, 0);
-        return ask(*first, {&action});
-    }
-
     static QString lineOf(const QDomElement &record)
     {
         const QDomElement item = record.firstChildElement();
@@ -212,7 +205,7 @@ void tst_XMLCommServer::answers()
             known << row.first();
     }
     QRandomGenerator random(1);
-    const auto below = [&random](int limit) { return int(random.bounded(quint32(limit))); };
+    const auto below = [&random](int limit) { return random.bounded(limit); };
     for (int round = 0; round < 250; ++round) {
         const int request = 999 + below(6);
         QStringList keys;
@@ -284,8 +277,6 @@ void tst_XMLCommServer::faults()
         QCOMPARE(lines.contains(QStringLiteral("no reply")) ? -1 : int(lines.size()), counts.at(i));
     }
     outputsReplies = counts.at(0) > 0;
-    ZQFaults() = ZQFAULTS();
-    QCOMPARE(ask(1003), model(1003, {}, true));
 }
 
 void tst_XMLCommServer::withoutAServer()
@@ -294,12 +285,11 @@ void tst_XMLCommServer::withoutAServer()
     router = std::make_unique<XMLRouter>(nullptr);
     router->add(first.get());
     ZQKEY_ELEMENT key{1, 2};
-    for (int request = 1000; request < 1004; ++request) {
-        XMLAction action(QString(), request, 0);
-        action.setZQKEYList({&key});
-        const QStringList expected = request == 1003 ? QStringList() : QStringList{QStringLiteral("no reply")};
-        QCOMPARE(ask(*first, {&action}), expected);
-        QCOMPARE(ask(request), expected);
+    for (int i = 0; i < 8; ++i) {
+        XMLAction action(QString(), 1000 + i / 2, 0);
+        if (i % 2)
+            action.setZQKEYList({&key});
+        QCOMPARE(ask(*first, {&action}), i / 2 == 3 ? QStringList() : QStringList{QStringLiteral("no reply")});
     }
     outputsReplies = 0;
 }
@@ -308,23 +298,17 @@ void tst_XMLCommServer::packetsWithoutARequest()
 {
     XMLCommServer commServer(server.get());
     commServer.receive(nullptr);
-    for (const bool empty : {true, false}) { // an empty packet is deleted at once, another one later
-        QPointer<XMLPacket> packet = first->getXMLPacket(-1);
-        XMLMessage message;
-        if (!empty)
-            packet->append(message);
-        commServer.receive(packet);
-        QCOMPARE(packet.isNull(), empty);
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        QVERIFY(packet.isNull());
-    }
+    commServer.receive(first->getXMLPacket(-1));
+    XMLPacket *const packet = first->getXMLPacket(-1);
+    XMLMessage message;
+    packet->append(message);
+    commServer.receive(packet);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
 void tst_XMLCommServer::queries()
 {
     XMLCommServer commServer(server.get()); // which has no router
-    QCOMPARE(commServer.getAgentType(), 0);
-    QVERIFY(!commServer.wantAgentRemovalNotifications());
     commServer.sendBooks(1, nullptr);
     commServer.sendZQJOBs(1, nullptr);
     commServer.sendPublications(1, nullptr);
