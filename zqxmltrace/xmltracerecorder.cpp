@@ -271,7 +271,7 @@ void XMLTraceRecorder::describe(XMLTraceEvent &event, XMLPacket &packet)
     event.destinationType = typeOf(event.destination);
     for (QDomNode child = packet.getBody().firstChild(); !child.isNull(); child = child.nextSibling()) {
         const XMLTraceEvent::Kind kind = child.isElement() ? kindOf(child.nodeName()) : XMLTraceEvent::Other;
-        ++event.kinds[kind];
+        ++event.kinds[static_cast<std::size_t>(kind)];
         if (kind == XMLTraceEvent::Action && event.actionTypes.size() < ACTION_TYPES)
             event.actionTypes << XMLObject::getAttributeInt(child.toElement(), QStringLiteral("type"));
     }
