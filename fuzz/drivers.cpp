@@ -10,6 +10,7 @@
 
 #include <standin/zqrecords.h>
 #include <zqxml/xmlaction.h>
+#include <zqxml/xmlpacket.h>
 #include <zqxml/xmlpacketable.h>
 
 #include <algorithm>

@@ -3,6 +3,8 @@
 
 #include "testtools.h"
 
+#include <zqxml/xmlpacket.h>
+
 #include <map>
 
 namespace {

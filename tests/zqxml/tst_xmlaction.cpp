@@ -4,6 +4,7 @@
 #include "testtools.h"
 
 #include <zqxml/xmlaction.h>
+#include <zqxml/xmlactiongroup.h>
 #include <zqxml/xmlimage.h>
 #include <zqxml/xmlmessage.h>
 #include <zqxml/xmlpacketable.h>
@@ -142,6 +143,7 @@ void tst_XMLAction::checking()
 void tst_XMLAction::metaObject()
 {
     NOTE(methodsOf(XMLAction::staticMetaObject));
+    NOTE(methodsOf(XMLActionGroup::staticMetaObject));
     QCOMPARE(XMLAction::staticMetaObject.superClass(), &QObject::staticMetaObject); // XMLObject has none of its own
 }
 

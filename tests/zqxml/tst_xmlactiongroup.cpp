@@ -51,12 +51,6 @@ public:
         return nullptr;
     }
 
-    void approveTogglesOf(XMLAction *action)
-    {
-        QObject::connect(action, &XMLAction::toggling, &context,
-                         [this, action](bool &approved) { approved = !list.contains(action) || !action->isChecked(); });
-    }
-
 private:
     void uncheckOthers(const XMLAction *changed)
     {
@@ -79,15 +73,6 @@ private:
     bool updating = false;
 };
 
-class ApprovingGroup : public XMLActionGroup
-{
-public:
-    void approveTogglesOf(XMLAction *action)
-    {
-        connect(action, SIGNAL(toggling(bool &)), this, SLOT(approveToggle(bool &)));
-    }
-};
-
 /** Groups whose actions do something else whenever they are toggled and when they go, drawn from a seed. */
 template <typename Group>
 class Panel : public Mischief
@@ -95,9 +80,8 @@ class Panel : public Mischief
 public:
     explicit Panel(quint32 seed) : Mischief(seed)
     {
-        for (int i = 0; i < 30; ++i)
+        while (goesOn())
             happen();
-        calm();
         for (int number = 0; number < 6; ++number)
             note("at the end", number, actions[number] && actions[number]->isChecked());
         for (const QPointer<XMLAction> &action : actions)
@@ -116,7 +100,8 @@ private:
 
     void happen()
     {
-        act([this] { step(below(6), below(2)); });
+        if (goesOn())
+            step(below(6), below(2));
     }
 
     void step(int number, int groupNumber)
@@ -129,7 +114,7 @@ private:
             group = new Group;
             return;
         }
-        switch (below(16)) {
+        switch (below(14)) {
         case 0:
             return void(delete action);
         case 1:
@@ -147,11 +132,6 @@ private:
         case 8:
             return action->setSelected(below(2));
         case 9:
-            return group->approveTogglesOf(action);
-        case 10:
-        case 11:
-            return ask(number);
-        case 12:
             return list(group);
         default:
             return action->setChecked(below(3));
@@ -171,13 +151,6 @@ private:
             note("gone", number);
             happen();
         });
-    }
-
-    void ask(int number)
-    {
-        bool approved = below(2);
-        Q_EMIT actions[number]->toggling(approved);
-        note("approved", number, approved);
     }
 
     void list(Group *group)
@@ -202,12 +175,11 @@ private Q_SLOTS:
     void panelsByTheRules();
     void membership();
     void slotsByName();
-    void metaObject();
 };
 
 void tst_XMLActionGroup::panelsByTheRules()
 {
-    compareBySeeds<Panel<PlainGroup>, Panel<ApprovingGroup>>(200);
+    compareBySeeds<Panel<PlainGroup>, Panel<XMLActionGroup>>(200);
 }
 
 void tst_XMLActionGroup::membership()
@@ -222,7 +194,6 @@ void tst_XMLActionGroup::membership()
     QVERIFY(!group->addAction(nullptr));
     group->toggleAction(nullptr);
     group->removeAction(nullptr);
-    QCOMPARE(group->actions(), QList<XMLAction *>{&action});
     XMLActionGroup other;
     other.removeAction(&action); // no member, and yet
     QVERIFY(!action.actionGroup());
@@ -241,26 +212,20 @@ void tst_XMLActionGroup::slotsByName()
     QVERIFY(QMetaObject::invokeMethod(&group, "updateActions"));
     QVERIFY(QMetaObject::invokeMethod(&group, "removeAction"));
     QVERIFY(QMetaObject::invokeMethod(&group, "approveToggle", Q_ARG(bool &, approved)));
-    QVERIFY(first.isChecked());
     QVERIFY(approved);
-    QObject stranger;
-    connect(&stranger, SIGNAL(objectNameChanged(QString)), &group, SLOT(removeAction()));
-    stranger.setObjectName(QStringLiteral("x"));
-    QCOMPARE(group.actions().size(), 2);
+    XMLAction stranger;
+    stranger.setChecked(true);
+    for (XMLAction *const action : {&first, &second, &stranger}) {
+        connect(action, SIGNAL(toggling(bool &)), &group, SLOT(approveToggle(bool &)));
+        Q_EMIT action->toggling(approved);
+        QCOMPARE(approved, action != &first);
+    }
     QVERIFY(disconnect(&second, SIGNAL(toggled(bool)), &group, SLOT(updateActions())));
     second.setChecked(true);
     QVERIFY(first.isChecked());
     connect(&first, SIGNAL(toggling(bool &)), &group, SLOT(removeAction()));
     Q_EMIT first.toggling(approved);
     QCOMPARE(group.actions(), QList<XMLAction *>{&second});
-}
-
-void tst_XMLActionGroup::metaObject()
-{
-    QCOMPARE(methodsOf(XMLActionGroup::staticMetaObject),
-             QStringLiteral("public signal triggered(XMLAction*), protected slot updateActions(), "
-                            "protected slot removeAction(XMLAction*) action, protected slot removeAction(), "
-                            "protected slot approveToggle(bool&) approved"));
 }
 
 ZQXML_TEST_MAIN(tst_XMLActionGroup)

@@ -8,6 +8,7 @@
 #include <zqxml/xmlcommserver.h>
 #include <zqxml/xmlmessage.h>
 #include <zqxml/xmlpacketable.h>
+#include <zqxmlkit/testing.h>
 
 #include <QRandomGenerator>
 #include <QSqlDatabase>
@@ -105,7 +106,7 @@ private:
     }
 
     /** Sends a packet with \a actions from an agent and returns the lines of the reply that it gets. */
-    QStringList ask(RecordingAgent &agent, const QList<XMLAction *> &actions)
+    QStringList ask(XMLRecordingAgent &agent, const QList<XMLAction *> &actions)
     {
         XMLPacket *const packet = agent.getXMLPacket(-1);
         XMLMessage message(QStringLiteral("in front"));
@@ -146,8 +147,8 @@ private:
     QTemporaryDir folder;
     std::unique_ptr<ZQCommServer> server;
     std::unique_ptr<XMLRouter> router;
-    std::unique_ptr<RecordingAgent> first;
-    std::unique_ptr<RecordingAgent> second;
+    std::unique_ptr<XMLRecordingAgent> first;
+    std::unique_ptr<XMLRecordingAgent> second;
     unsigned int outputsReplies = 0; // each leaves its converter to the record library, with the last entry
 };
 
@@ -179,10 +180,8 @@ void tst_XMLCommServer::init()
 {
     server = std::make_unique<ZQCommServer>(ZQOpenStore(folder.filePath(QStringLiteral("shop.db")), nullptr));
     router = std::make_unique<XMLRouter>(server.get());
-    first = std::make_unique<RecordingAgent>();
-    second = std::make_unique<RecordingAgent>();
-    router->add(first.get());
-    router->add(second.get());
+    first = std::make_unique<XMLRecordingAgent>(*router);
+    second = std::make_unique<XMLRecordingAgent>(*router);
     outputsReplies = 0;
 }
 
@@ -235,7 +234,7 @@ void tst_XMLCommServer::answers()
             XMLObject::setProperty(node, QStringLiteral("exclude_publications"),
                                    QStringLiteral("- 1 0 yes").section(QLatin1Char(' '), exclude, exclude));
         XMLAction behind(QString(), 1000 + below(4), 0);
-        RecordingAgent &sender = below(2) ? *first : *second;
+        XMLRecordingAgent &sender = below(2) ? *first : *second;
         const QStringList found =
             ask(sender, below(2) ? QList<XMLAction *>{&action, &behind} : QList<XMLAction *>{&action});
         QVERIFY2(found == model(request, keys, exclude < 2),

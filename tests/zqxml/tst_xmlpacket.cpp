@@ -6,6 +6,7 @@
 #include <zqxml/xmlaction.h>
 #include <zqxml/xmlimage.h>
 #include <zqxml/xmlmessage.h>
+#include <zqxml/xmlpacket.h>
 #include <zqxml/xmlpacketable.h>
 #include <zqxml/xmlui.h>
 

@@ -3,6 +3,7 @@
 
 #include <standin/zqrecords.h>
 #include <zqxml/xmlaction.h>
+#include <zqxml/xmlpacket.h>
 #include <zqxmlkit/xmlrecords.h>
 
 #include <QDateTime>

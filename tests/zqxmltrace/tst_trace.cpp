@@ -5,6 +5,7 @@
 
 #include <zqxml/xmlaction.h>
 #include <zqxml/xmlmessage.h>
+#include <zqxmlkit/testing.h>
 #include <zqxmlkit/xmlwire.h>
 #include <zqxmltrace/xmlladder.h>
 #include <zqxmltrace/xmlrouterlog.h>
@@ -136,12 +137,12 @@ private:
 };
 
 /** Sends some packets of all sorts, and answers from within receive(). */
-class Talker : public RecordingAgent
+class Talker : public XMLRecordingAgent
 {
 public:
-    Talker(int type, std::mt19937 *generator) : RecordingAgent(type), random(generator)
+    Talker(XMLRouter &office, int type, std::mt19937 *generator) : XMLRecordingAgent(office, type), random(generator)
     {
-        onReceive = [this] {
+        onReceive = [this](XMLPacket &) {
             if (packets.size() % 3 == 0)
                 say(static_cast<int>((*random)() % 6));
             if (packets.size() % 7 == 0)
@@ -173,16 +174,16 @@ private:
 QByteArray record(unsigned int seed, QStringList *expected, XMLTraceRecorder::Content content, int ring = 1 << 20)
 {
     std::mt19937 random(seed);
-    std::vector<std::unique_ptr<Talker>> talkers;
-    for (int i = 0; i < 3; ++i)
-        talkers.push_back(std::make_unique<Talker>(200 + i, &random));
     auto router = std::make_unique<XMLRouter>(nullptr);
     XMLTraceRecorder recorder(router.get(), ring, content);
     Witness witness(router.get(), &recorder);
+    std::vector<std::unique_ptr<Talker>> talkers;
+    for (int i = 0; i < 3; ++i)
+        talkers.push_back(std::make_unique<Talker>(*router, 200 + i, &random));
     for (int step = 0; step < 60; ++step) {
         Talker *const talker = talkers[random() % talkers.size()].get();
         const auto what = random() % 10;
-        if (what == 0 || !talker->knownRouter())
+        if (what == 0)
             router->add(talker);
         else if (what == 1)
             router->remove(talker);
@@ -195,7 +196,7 @@ QByteArray record(unsigned int seed, QStringList *expected, XMLTraceRecorder::Co
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     *expected = witness.log;
     const QByteArray trace = recorder.ring();
-    router->setObserver(nullptr);
+    router.reset(); // before the agents, which it may have under two ids
     return trace;
 }
 
@@ -316,9 +317,8 @@ void tst_Trace::ring_holds_the_last_whole_lines()
 
 void tst_Trace::masked_values_are_not_recorded()
 {
-    RecordingAgent agent; // outlives the router
     XMLRouter router(nullptr);
-    router.add(&agent);
+    XMLRecordingAgent agent(router);
     XMLTraceRecorder recorder(&router, 100000, XMLTraceRecorder::Bodies);
     recorder.setMaskedKeys({QStringLiteral("org_name"), QStringLiteral("msg")});
     XMLAction action(QStringLiteral("shown"), 7, 8);
@@ -355,7 +355,6 @@ void tst_Trace::trace_ends_where_it_cannot_be_written()
         reader = open(path.constData(), O_RDONLY | O_NONBLOCK);
     }
     QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("the trace ends here$")));
-    RecordingAgent agent; // outlives the router
     XMLRouter router(nullptr);
     XMLTraceRecorder recorder(&router, QFile::decodeName(path));
     QSignalSpy stopped(&recorder, &XMLTraceRecorder::stopped);
@@ -370,7 +369,7 @@ void tst_Trace::trace_ends_where_it_cannot_be_written()
     std::signal(SIGXFSZ, SIG_IGN);
     if (file == QLatin1String("limited"))
         setrlimit(RLIMIT_FSIZE, &none);
-    router.add(&agent);
+    XMLRecordingAgent agent(router);
     recorder.flush();
     setrlimit(RLIMIT_FSIZE, &sizes);
     QVERIFY(!recorder.isRecording());
@@ -537,10 +536,9 @@ void tst_Trace::log_is_silent_until_it_is_switched_on()
     logged.clear();
     const QtMessageHandler former = qInstallMessageHandler(
         [](QtMsgType, const QMessageLogContext &, const QString &message) { logged << message; });
-    RecordingAgent agent;
     auto router = std::make_unique<XMLRouter>(nullptr);
     XMLRouterLog log(router.get());
-    router->add(&agent);
+    XMLRecordingAgent agent(*router);
     QLoggingCategory::setFilterRules(QStringLiteral("zqxml.router=true"));
     router->send(agent.getXMLPacket(9));
     router->send(agent.getXMLPacket(9));
