@@ -198,11 +198,11 @@ void tst_Equality::packetsAsTheirTexts()
             other.change();
         XMLPacket packets[3];
         other.write(packets[1], false);
-        const QString texts[] = {draft.write(packets[0], true), other.write(packets[2], true)};
-        equal += texts[0] == texts[1];
-        const QString message = QStringLiteral("seed %1\n%2%3").arg(seed).arg(texts[0], texts[1]);
-        QVERIFY2((packets[0] == packets[1]) == (texts[0] == texts[1]), qPrintable(message));
-        QVERIFY2((packets[1] != packets[0]) == (texts[0] != texts[1]), qPrintable(message));
+        const QString printed[] = {draft.write(packets[0], true), other.write(packets[2], true)};
+        equal += printed[0] == printed[1];
+        const QString message = QStringLiteral("seed %1\n%2%3").arg(seed).arg(printed[0], printed[1]);
+        QVERIFY2((packets[0] == packets[1]) == (printed[0] == printed[1]), qPrintable(message));
+        QVERIFY2((packets[1] != packets[0]) == (printed[0] != printed[1]), qPrintable(message));
     }
     QVERIFY2(equal > 500, "the pairs must meet both cases");
     QVERIFY2(equal < 2000, "the pairs must meet both cases");
