@@ -13,6 +13,7 @@
 #include <zqxmlkit/xmlrecordserver.h>
 #include <zqxmlkit/xmlrequester.h>
 
+#include <QCoreApplication>
 #include <QEventLoop>
 
 #include <algorithm>
@@ -113,5 +114,9 @@ XMLMailbox::State askPages(ZQCommServer &server, const Query &query, const TakeP
         action.setExcludePublications(false);
     const int pageSize = query.limit > 0 ? std::min(query.limit, query.pageSize) : query.pageSize;
     const auto pages = requester.pages(recordServer.getAgentID(), action, pageSize, -1);
-    return Wait(*pages, query, take).run();
+    const XMLMailbox::State state = Wait(*pages, query, take).run();
+    // The router would abandon the request for a page that is not wanted any more.
+    delete pages;
+    QCoreApplication::processEvents();
+    return state;
 }

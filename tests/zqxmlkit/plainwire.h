@@ -160,8 +160,10 @@ public:
     /** Fills an element with attributes and children, \a depth levels deep. */
     void fill(QDomElement element, int depth)
     {
-        for (int left = below(4); left > 0; --left)
-            element.setAttribute(nonEmptyText(), text(6));
+        for (int left = below(4); left > 0; --left) {
+            const QString value = text(6); // not among the arguments: compilers draw those in different orders
+            element.setAttribute(nonEmptyText(), value);
+        }
         for (int left = below(6); left > 0; --left)
             element.appendChild(child(element.ownerDocument(), depth));
     }

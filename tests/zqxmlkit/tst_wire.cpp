@@ -5,6 +5,7 @@
 
 #include "testtools.h"
 
+#include <zqxml/xmlpacket.h>
 #include <zqxmlkit/xmlpacketdiff.h>
 #include <zqxmlkit/xmlwire.h>
 
