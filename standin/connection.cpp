@@ -141,7 +141,7 @@ bool ZQCONNECTION::reopen(QString *error)
 QString ZQCONNECTION::end(const QString &reason)
 {
     const bool changed = frozen && !FileState(file).hasContentOf(stateBefore);
-    const QString result = reason.isEmpty() && changed ? QStringLiteral("changed while it was read") : reason;
+    QString result = reason.isEmpty() && changed ? QStringLiteral("changed while it was read") : reason;
     failed = snapshot && !result.isEmpty();
     return result;
 }

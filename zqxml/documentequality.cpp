@@ -211,6 +211,7 @@ std::vector<QDomAttr> sortedAttributes(const QDomElement &element)
 {
     const QDomNamedNodeMap attributes = element.attributes();
     std::vector<QDomAttr> sorted;
+    sorted.reserve(static_cast<std::size_t>(attributes.length()));
     for (int i = 0; i < attributes.length(); ++i)
         sorted.push_back(attributes.item(i).toAttr());
     const auto keyOf = [](const QDomAttr &attribute) {
