@@ -70,7 +70,7 @@ QString readArguments(const QCommandLineParser &parser, Job &job)
 {
     bool hasCommand = false;
     for (const QString &text : parser.positionalArguments()) {
-        const QString error = addArgument(text, job, hasCommand);
+        QString error = addArgument(text, job, hasCommand);
         if (!error.isEmpty())
             return error;
     }
