@@ -109,7 +109,7 @@ QString drivers::wireTrees(const QByteArray &input)
     XMLPacket packet;
     Spelling(input).build(packet.getBody());
     const QByteArray wire = XMLWire::toWire(packet);
-    const QString writing = differ("wire form", wire, plain::wire(packet.getBody().ownerDocument()).toUtf8());
+    QString writing = differ("wire form", wire, plain::wire(packet.getBody().ownerDocument()).toUtf8());
     if (!writing.isEmpty())
         return writing;
     QString error;

@@ -143,7 +143,7 @@ QString shown(const Value &value)
 }
 
 /** Notes what an expression gives, in the list \c notes. */
-#define NOTE(expression) notes << QStringLiteral(#expression " = ") + shown(expression)
+#define NOTE(expression) (notes << QStringLiteral(#expression " = ") + shown(expression))
 
 /** Compares \a notes with those that the file keeps for the present test function, and clears them. */
 inline void compareWithKept(QStringList &notes, const QString &path)
