@@ -163,7 +163,7 @@ void WireReader::notePlace()
 {
     QT_WARNING_PUSH
     QT_WARNING_DISABLE_DEPRECATED // the newest parsers have a call of another name, which older ones lack
-    refusedAt = qMax<XML_Index>(0, XML_GetCurrentByteIndex(parser.get()));
+        refusedAt = qMax<XML_Index>(0, XML_GetCurrentByteIndex(parser.get()));
     QT_WARNING_POP
 }
 
