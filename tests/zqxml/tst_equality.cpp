@@ -28,9 +28,15 @@ const QDomNode::NodeType others[] = {QDomNode::CommentNode, QDomNode::CDATASecti
                                      QDomNode::ProcessingInstructionNode};
 const QString prefixed = QStringLiteral("x:r");
 const QStringList keys{
-    QStringLiteral("value"), QStringLiteral("size"),      QStringLiteral("q"),
-    QStringLiteral("r"),     QStringLiteral("s"),         prefixed,
-    QStringLiteral("a q"),   QStringLiteral("r=\"1\" s"),
+    XMLPacket::AGENT_ID,
+    QStringLiteral("size"),
+    QStringLiteral("value"),
+    QStringLiteral("q"),
+    QStringLiteral("r"),
+    QStringLiteral("s"),
+    prefixed,
+    QStringLiteral("a q"),
+    QStringLiteral("r=\"1\" s"),
 };
 const QStringList texts{
     QStringLiteral("t"),           QStringLiteral("u"),     QString(),
@@ -185,6 +191,7 @@ class tst_Equality : public QObject
 
 private Q_SLOTS:
     void packetsAsTheirTexts();
+    void partsThatAreNotPrinted();
 };
 
 void tst_Equality::packetsAsTheirTexts()
@@ -206,6 +213,36 @@ void tst_Equality::packetsAsTheirTexts()
     }
     QVERIFY2(equal > 500, "the pairs must meet both cases");
     QVERIFY2(equal < 2000, "the pairs must meet both cases");
+}
+
+// The destination that a packet knows may not be the one that its text shows.
+void tst_Equality::partsThatAreNotPrinted()
+{
+    for (int row = 0; row < 6; ++row) {
+        XMLPacket plain;
+        plain.setDestinationAgentID(1);
+        XMLPacket packet;
+        QDomElement root = packet.getBody().parentNode().toElement();
+        QDomElement header = root.firstChildElement();
+        QDomElement destination = header.lastChildElement();
+        if (row < 4) {
+            packet.setDestinationAgentID(1);
+            QDomElement replaced = row == 0 ? destination
+                : row == 1                  ? header.firstChildElement()
+                : row == 2                  ? header
+                                            : root;
+            replaced.parentNode().replaceChild(replaced.cloneNode(), replaced);
+            packet.setDestinationAgentID(2);
+        } else if (row == 4) {
+            destination.setTagName(QStringLiteral("dst agent_id=\"1\""));
+        } else {
+            QDomElement(plain.getBody().previousSibling().lastChild().toElement()).setAttribute(QStringLiteral("b"), 0);
+            destination.setAttribute(QStringLiteral("agent_id=\"1\" b"), 0);
+        }
+        const bool areEqual = row != 1; // whose destination is where it was
+        QCOMPARE(packet == plain, areEqual);
+        QCOMPARE(plain == packet, areEqual);
+    }
 }
 
 ZQXML_TEST_MAIN(tst_Equality)
