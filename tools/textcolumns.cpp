@@ -3,6 +3,8 @@
 
 #include "textcolumns.h"
 
+#include "../zqxmltrace/printable_p.h"
+
 #include <algorithm>
 #include <iterator>
 
@@ -36,29 +38,7 @@ int widthOf(const QString &text)
     return width;
 }
 
-bool isPrintable(QChar character)
-{
-    switch (character.category()) {
-    case QChar::Other_Control:
-    case QChar::Other_Format:
-    case QChar::Separator_Line:
-    case QChar::Separator_Paragraph:
-        return false;
-    default:
-        return true;
-    }
-}
-
 } // namespace
-
-QString printable(QString text)
-{
-    for (QChar &character : text) {
-        if (!isPrintable(character))
-            character = QLatin1Char('?');
-    }
-    return text;
-}
 
 TextColumns::TextColumns(std::vector<TextColumn> tableColumns) : columns(std::move(tableColumns)) { }
 

@@ -10,9 +10,6 @@
 
 #include <vector>
 
-/** Returns the text without characters that a terminal would act on or that would hide or reorder others. */
-QString printable(QString text);
-
 struct TextColumn {
     const char *heading;
     bool right; ///< aligned to the right

@@ -5,6 +5,8 @@
 
 #include "textcolumns.h"
 
+#include "../zqxmltrace/printable_p.h"
+
 #include <QFile>
 
 #include <algorithm>
@@ -29,23 +31,6 @@ QString nameOf(const XMLTraceAgent &agent, const AgentNames &names, bool several
         id.prepend(QString::number(agent.process + 1) + QLatin1Char(':'));
     const auto found = names.find(agent);
     return found == names.end() ? id : id + QLatin1Char(' ') + printable(found->second);
-}
-
-QString contentOf(const XMLTraceEvent &event)
-{
-    QStringList parts;
-    for (int kind = 0; kind < XMLTraceEvent::KindCount; ++kind) {
-        const int count = event.kinds[static_cast<std::size_t>(kind)];
-        if (count == 0)
-            continue;
-        QString part = QLatin1String(XMLTraceEvent::nameOf(static_cast<XMLTraceEvent::Kind>(kind)));
-        if (kind == XMLTraceEvent::Action) {
-            for (const int type : event.actionTypes)
-                part += QLatin1Char(' ') + QString::number(type);
-        }
-        parts << (count > 1 ? QString::number(count) + QLatin1Char(' ') + part : part);
-    }
-    return parts.isEmpty() ? QStringLiteral("empty") : parts.join(QStringLiteral(", "));
 }
 
 QByteArray section(const char *title, TextColumns table)
@@ -145,7 +130,7 @@ QByteArray toLine(const XMLTraceEvent &event, const AgentNames &names, bool seve
         if (event.event == XMLTraceEvent::Dropped)
             line += event.reason == XMLRouterObserver::Repeat ? QStringLiteral(", a repeat")
                                                               : QStringLiteral(", unregistered source");
-        line += QStringLiteral("  ") + contentOf(event);
+        line += QStringLiteral("  ") + event.content();
         if (event.bytes >= 0)
             line += QStringLiteral(", %1 bytes").arg(event.bytes);
     }

@@ -4,6 +4,7 @@
 #include "xmlladder.h"
 
 #include "laddertext_p.h"
+#include "printable_p.h"
 
 #include <QIODevice>
 #include <QXmlStreamWriter>
@@ -17,7 +18,6 @@ constexpr int LEFT = 96;
 constexpr int COLUMN = 230;
 constexpr int TOP = 44;
 constexpr int ROW = 30;
-constexpr qint64 PAUSE = 100000000; // nanoseconds
 
 const char style[] = R"(
 text { font: 12px system-ui, sans-serif; fill: #1b1f24 }
@@ -57,7 +57,7 @@ void writeLabel(QXmlStreamWriter &xml, const char *name, int x, int y, const QSt
     xml.writeAttribute(QStringLiteral("class"), QLatin1String(name));
     xml.writeAttribute(QStringLiteral("x"), QString::number(x));
     xml.writeAttribute(QStringLiteral("y"), QString::number(y));
-    xml.writeCharacters(visible(text));
+    xml.writeCharacters(printable(text));
     xml.writeEndElement();
 }
 

@@ -3,23 +3,14 @@
 
 #include "laddertext_p.h"
 
-#include <iterator>
+#include "printable_p.h"
 
-QString visible(QString text)
-{
-    for (QChar &c : text) {
-        const QChar::Category category = c.category();
-        if (category == QChar::Other_Control || category == QChar::Other_Format || category == QChar::Separator_Line
-            || category == QChar::Separator_Paragraph)
-            c = QLatin1Char('?');
-    }
-    return text;
-}
+#include <iterator>
 
 QString mermaidText(const QString &text)
 {
     QString escaped;
-    const QString shown = visible(text);
+    const QString shown = printable(text);
     for (const QChar c : shown) {
         // These begin comments, entities or other statements, or are read as markup.
         if (QStringLiteral("#;:<>&\"%{}").contains(c))

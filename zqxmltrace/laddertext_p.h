@@ -6,8 +6,7 @@
 
 #include <QString>
 
-/** Returns \a text with "?" for what a terminal or a line of text would act on: controls, and marks of direction. */
-QString visible(QString text);
+constexpr qint64 PAUSE = 100000000; ///< nanoseconds without an arrow that are drawn as a pause
 
 /** Returns \a text for a message or a name of a Mermaid diagram. */
 QString mermaidText(const QString &text);

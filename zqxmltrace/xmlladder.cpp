@@ -4,6 +4,7 @@
 #include "xmlladder.h"
 
 #include "laddertext_p.h"
+#include "printable_p.h"
 
 #include <QIODevice>
 
@@ -12,7 +13,6 @@
 namespace {
 
 constexpr int COLUMN_WIDTH = 24; // places of a terminal
-constexpr qint64 PAUSE = 100000000; // nanoseconds without an arrow that are drawn as a pause
 
 // Packets are numbered in each trace anew.
 quint64 keyOf(int process, quint64 packet)
@@ -45,8 +45,8 @@ void XMLLadder::add(const XMLTraceEvent &event)
     if (found == places.end()) {
         if (event.event == XMLTraceEvent::Delivered)
             return;
-        Row row{event.time, event.packet, event.process,  0,         0, Waiting, -1, -1,
-                -1,         event.bytes,  labelOf(event), event.wire};
+        Row row{event.time, event.packet, event.process,   0,         0, Waiting, -1, -1,
+                -1,         event.bytes,  event.content(), event.wire};
         row.source = columnOf(event.process, event.source, event.sourceType);
         row.destination = columnOf(event.process, event.destination, event.destinationType);
         found = places.emplace(keyOf(event), rows.size()).first;
@@ -99,7 +99,7 @@ QString XMLLadder::titleOf(int column) const
     const auto named = names.find(shown.agent);
     const QString id = QString::number(shown.agent.id);
     if (named != names.end())
-        return visible(named->second) + QLatin1Char(' ') + id;
+        return printable(named->second) + QLatin1Char(' ') + id;
     if (shown.agent.id == -1 && shown.type == XMLAgent::COMM_SERVER_AGENT_TYPE)
         return QStringLiteral("comm server -1");
     return shown.type == XMLAgent::NO_AGENT_TYPE ? QStringLiteral("nobody ") + id
@@ -136,25 +136,6 @@ QString XMLLadder::captionOf(const Arrow &arrow) const
     if (row.outcome != Delivered)
         text += QStringLiteral(" (%1)").arg(QLatin1String(nameOf(row.outcome)));
     return text;
-}
-
-QString XMLLadder::labelOf(const XMLTraceEvent &event)
-{
-    QString text;
-    for (int kind = 0; kind < XMLTraceEvent::KindCount; ++kind) {
-        const int count = event.kinds[static_cast<std::size_t>(kind)];
-        if (count == 0)
-            continue;
-        text += text.isEmpty() ? QString() : QStringLiteral(", ");
-        if (count > 1)
-            text += QString::number(count) + QLatin1Char(' ');
-        text += QLatin1String(XMLTraceEvent::nameOf(static_cast<XMLTraceEvent::Kind>(kind)));
-        if (kind == XMLTraceEvent::Action) {
-            for (const int type : event.actionTypes)
-                text += QLatin1Char(' ') + QString::number(type);
-        }
-    }
-    return text.isEmpty() ? QStringLiteral("empty") : text;
 }
 
 const char *XMLLadder::nameOf(Outcome outcome)

@@ -75,7 +75,6 @@ private:
     QString titleOf(int column) const;
     std::vector<Arrow> arrows() const;
     QString captionOf(const Arrow &arrow) const;
-    static QString labelOf(const XMLTraceEvent &event);
     static const char *nameOf(Outcome outcome);
 
     struct Column {

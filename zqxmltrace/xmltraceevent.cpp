@@ -43,3 +43,22 @@ const char *XMLTraceEvent::nameOf(Kind kind)
     }
     return "other";
 }
+
+QString XMLTraceEvent::content() const
+{
+    QString text;
+    for (int kind = 0; kind < KindCount; ++kind) {
+        const int count = kinds[static_cast<std::size_t>(kind)];
+        if (count == 0)
+            continue;
+        text += text.isEmpty() ? QString() : QStringLiteral(", ");
+        if (count > 1)
+            text += QString::number(count) + QLatin1Char(' ');
+        text += QLatin1String(nameOf(static_cast<Kind>(kind)));
+        if (kind == Action) {
+            for (const int type : actionTypes)
+                text += QLatin1Char(' ') + QString::number(type);
+        }
+    }
+    return text.isEmpty() ? QStringLiteral("empty") : text;
+}

@@ -47,6 +47,9 @@ struct ZQXMLTRACE_EXPORT XMLTraceEvent {
         return event <= AgentRemoved;
     }
 
+    /** Returns what the body holds in a few words, such as "action 1002, 2 msg"; "empty" when that is nothing. */
+    QString content() const;
+
     qint64 time = 0; ///< nanoseconds since the trace began
     Event event = Queued; ///< what happened
     quint64 packet = 0; ///< numbers the packets of a trace from 1; 0 in an event of an agent
