@@ -56,6 +56,12 @@ QByteArray wireExample(quint32 seed);
 /** Returns an input for wireTrees(). */
 QByteArray bytesExample(quint32 seed);
 
+/** A trace, good or not, which is read, written again, summed up and drawn. */
+QString traceRead(const QByteArray &input);
+
+/** Returns an input for traceRead(), mostly with some bytes changed. */
+QByteArray traceExample(quint32 seed);
+
 struct Driver {
     const char *name; ///< of the fuzzer, and of the folder of its inputs
     QString (*run)(const QByteArray &input);
@@ -66,6 +72,7 @@ constexpr Driver ALL[] = {
     {"text-to-xml", textToXml, textExample}, {"xml-to-text", xmlToText, treeExample},
     {"numbers", numbers, textExample},       {"round-trip", roundTrip, textExample},
     {"wire-read", wireRead, wireExample},    {"wire-trees", wireTrees, bytesExample},
+    {"trace-read", traceRead, traceExample},
 };
 
 } // namespace drivers

@@ -8,7 +8,9 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <algorithm>
 #include <charconv>
+#include <climits>
 
 namespace {
 
@@ -78,19 +80,28 @@ bool find(const QJsonValue &name, int count, Value &value)
     return false;
 }
 
+/** Reads a number that is not negative and that all readers of JSON take exactly; \a missing for anything else. */
+qint64 readInteger(const QJsonValue &value, qint64 missing = 0)
+{
+    constexpr double end = 9007199254740992.0; // 2 to the 53
+    const double number = value.toDouble(-1);
+    return number >= 0 && number < end ? static_cast<qint64>(number) : missing;
+}
+
 void readContent(const QJsonObject &object, XMLTraceEvent &event)
 {
     const QJsonObject kinds = object.value(QLatin1String("kinds")).toObject();
     for (auto each = kinds.begin(); each != kinds.end(); ++each) {
         auto kind = XMLTraceEvent::Other;
         find(each.key(), XMLTraceEvent::KindCount, kind);
-        event.kinds[static_cast<std::size_t>(kind)] += each.value().toInt();
+        int &count = event.kinds[static_cast<std::size_t>(kind)];
+        count = static_cast<int>(std::clamp<qint64>(qint64(count) + each.value().toInt(), 0, INT_MAX));
     }
     const QJsonArray actions = object.value(QLatin1String("actions")).toArray();
     for (const QJsonValue &type : actions)
         event.actionTypes << type.toInt();
     event.wire = object.value(QLatin1String("wire")).toString().toUtf8();
-    event.bytes = static_cast<qint64>(object.value(QLatin1String("bytes")).toDouble(-1));
+    event.bytes = readInteger(object.value(QLatin1String("bytes")), -1);
 }
 
 } // namespace
@@ -159,7 +170,7 @@ bool readHeader(const QByteArray &line, int &version, qint64 &start)
 {
     const QJsonObject object = QJsonDocument::fromJson(line).object();
     version = object.value(QLatin1String("trace")).toInt();
-    start = static_cast<qint64>(object.value(QLatin1String("start")).toDouble());
+    start = readInteger(object.value(QLatin1String("start")));
     return version > 0;
 }
 
@@ -169,13 +180,13 @@ bool readLine(const QByteArray &line, XMLTraceEvent &event)
     event = XMLTraceEvent();
     if (!find(object.value(QLatin1String("event")), XMLTraceEvent::Delivered + 1, event.event))
         return false;
-    event.time = static_cast<qint64>(object.value(QLatin1String("time")).toDouble());
+    event.time = readInteger(object.value(QLatin1String("time")));
     if (event.isAgentEvent()) {
         event.source = object.value(QLatin1String("agent")).toInt();
         event.sourceType = object.value(QLatin1String("type")).toInt();
         return true;
     }
-    event.packet = static_cast<quint64>(object.value(QLatin1String("packet")).toDouble());
+    event.packet = static_cast<quint64>(readInteger(object.value(QLatin1String("packet"))));
     event.source = object.value(QLatin1String("src")).toInt();
     event.destination = object.value(QLatin1String("dst")).toInt();
     event.sourceType = object.value(QLatin1String("src_type")).toInt(event.sourceType);

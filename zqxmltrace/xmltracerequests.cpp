@@ -25,10 +25,12 @@ quint64 XMLTraceRequests::add(const XMLTraceEvent &event)
     if (!event.actionTypes.isEmpty()) {
         auto &of = requests[{source, destination}];
         of.push_back({event.packet, event.actionTypes.first()});
-        if (count == LIMIT)
+        if (count < LIMIT)
+            ++count;
+        else if (of.size() > 1)
             of.pop_front();
         else
-            ++count;
+            requests.erase({source, destination});
     }
     return 0;
 }
