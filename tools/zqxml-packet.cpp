@@ -98,18 +98,25 @@ int diff(const InputPackets &left, const InputPackets &right)
 int run(const QString &command, const QStringList &files)
 {
     std::vector<InputPackets> inputs;
+    QStringList errors;
     for (const QString &file : files) {
         QString error;
         inputs.emplace_back();
         if (!readPackets(file, inputs.back(), &error))
-            return fail(error);
+            errors << error;
     }
-    if (command == QLatin1String("diff"))
-        return diff(inputs[0], inputs[1]);
-    InputPackets all;
-    for (const InputPackets &packets : inputs)
-        all.insert(all.end(), packets.cbegin(), packets.cend());
-    return command == QLatin1String("check") ? check(all) : show(all, command == QLatin1String("pretty"));
+    int status = Success;
+    if (command == QLatin1String("diff") && errors.isEmpty())
+        status = diff(inputs[0], inputs[1]);
+    if (command != QLatin1String("diff")) {
+        InputPackets all;
+        for (const InputPackets &packets : inputs)
+            all.insert(all.end(), packets.cbegin(), packets.cend());
+        status = command == QLatin1String("check") ? check(all) : show(all, command == QLatin1String("pretty"));
+    }
+    for (const QString &error : std::as_const(errors))
+        status = fail(error);
+    return status;
 }
 
 } // namespace

@@ -5,6 +5,8 @@
 
 #include "wirewriter_p.h"
 
+#include <algorithm>
+#include <climits>
 #include <cstring>
 
 namespace {
@@ -140,7 +142,7 @@ WireReader::~WireReader()
 bool WireReader::read(const QByteArray &wire, QString *error)
 {
     isShort = wire.size() < 0x10000;
-    if (wire.size() > limits.bytes) {
+    if (wire.size() > std::min<qint64>(limits.bytes, INT_MAX)) {
         refusal = "too many bytes";
     } else if (isForeign(wire)) {
         refusal = "not UTF-8";

@@ -44,7 +44,6 @@ private:
     void setAttributes(const char **attributes);
     const char *checkStart(const char *name, const char **attributes);
     bool count(int more);
-    void beginText();
     void flushText();
     const QString &nameOf(const char *bytes);
     void refuse(const char *reason);
