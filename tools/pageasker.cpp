@@ -12,9 +12,11 @@
 #include <zqxml/xmlrouterobserver.h>
 #include <zqxmlkit/xmlrecordserver.h>
 #include <zqxmlkit/xmlrequester.h>
+#include <zqxmltrace/xmltracerecorder.h>
 
 #include <QCoreApplication>
 #include <QEventLoop>
+#include <QLoggingCategory>
 
 #include <algorithm>
 #include <cstdio>
@@ -100,12 +102,21 @@ private:
 
 } // namespace
 
-XMLMailbox::State askPages(ZQCommServer &server, const Query &query, const TakePage &take)
+XMLMailbox::State askPages(ZQCommServer &server, const Query &query, const TakePage &take, QString *traceError)
 {
     Trace trace;
     XMLRouter router(&server);
+    std::unique_ptr<XMLTraceRecorder> recorder;
     if (query.trace)
         router.setObserver(&trace);
+    if (!query.traceFile.isEmpty()) {
+        QLoggingCategory::setFilterRules(QStringLiteral("zqxml.trace=false")); // it is told at the end
+        recorder = std::make_unique<XMLTraceRecorder>(&router, query.traceFile, XMLTraceRecorder::Bodies);
+        if (!recorder->isRecording()) {
+            *traceError = recorder->error();
+            return XMLMailbox::Cancelled;
+        }
+    }
     XMLRequester requester(&router);
     XMLRecordServer recordServer(&server, &router, serverType);
     XMLAction action(query.question, query.request, 0);
@@ -118,5 +129,9 @@ XMLMailbox::State askPages(ZQCommServer &server, const Query &query, const TakeP
     // The router would abandon the request for a page that is not wanted any more.
     delete pages;
     QCoreApplication::processEvents();
+    if (recorder) {
+        recorder->flush();
+        *traceError = recorder->error();
+    }
     return state;
 }

@@ -26,8 +26,9 @@ using TakePage = std::function<bool(XMLPacket &page, const PagePlace &place)>;
 
 /**
  * Asks \a server as \a query says, the way every agent of an application does, and gives the pages of the reply to
- * \a take as they come. Returns how that ended.
+ * \a take as they come. Returns how that ended, and in \a traceError why the trace that the query wants is not whole.
+ * Without a trace nothing is asked.
  */
-XMLMailbox::State askPages(ZQCommServer &server, const Query &query, const TakePage &take);
+XMLMailbox::State askPages(ZQCommServer &server, const Query &query, const TakePage &take, QString *traceError);
 
 #endif

@@ -11,6 +11,7 @@
 #include <zqxmlkit/xmlrecordserver.h>
 
 #include <QCommandLineParser>
+#include <QFileInfo>
 
 #include <limits>
 
@@ -63,6 +64,20 @@ QString readKeys(const QStringList &texts, Query &query)
     return QString();
 }
 
+QString readTrace(const QCommandLineParser &parser, Query &query)
+{
+    const QString option = QStringLiteral("trace-file");
+    query.trace = parser.isSet(QStringLiteral("trace"));
+    query.traceFile = parser.value(option);
+    if (query.traceFile.isEmpty() && parser.isSet(option))
+        return QStringLiteral("--trace-file needs a file");
+    if (query.trace && parser.isSet(option))
+        return QStringLiteral("--trace and --trace-file do not go together");
+    if (parser.isSet(option) && QFileInfo(query.traceFile) == QFileInfo(query.database))
+        return QStringLiteral("--trace-file would replace the database");
+    return QString();
+}
+
 QString readNumbers(const QCommandLineParser &parser, Query &query)
 {
     const struct {
@@ -103,7 +118,8 @@ void addArguments(QCommandLineParser &parser)
          {text("page-size"), text("Ask for so many records at a time, 250 by default, 1000 at most."), number},
          {text("timeout"), text("Give up when no records come for so many seconds."), text("SECONDS")},
          {text("rebuild"), text("Rebuild the records from the reply's XML and print what came back.")},
-         {text("trace"), text("Show each packet as it is sent and delivered, on standard error.")}});
+         {text("trace"), text("Show each packet as it is sent and delivered, on standard error.")},
+         {text("trace-file"), text("Record what the router does, packets and all, in this file."), text("FILE")}});
 }
 
 QString readArguments(const QCommandLineParser &parser, Query &query)
@@ -124,8 +140,7 @@ QString readArguments(const QCommandLineParser &parser, Query &query)
         return QStringLiteral("'%1' is none of the formats %2")
             .arg(query.format, formatNames().join(QStringLiteral(", ")));
     query.rebuild = parser.isSet(QStringLiteral("rebuild"));
-    query.trace = parser.isSet(QStringLiteral("trace"));
-    return QString();
+    return readTrace(parser, query);
 }
 
 QString toText(const ZQKEY_ELEMENT &key)

@@ -24,6 +24,7 @@ struct Query {
     int seconds = 0; ///< to wait for a page; 0 for ever
     bool rebuild = false;
     bool trace = false;
+    QString traceFile;
 };
 
 /** Tells \a parser what zqxml-query understands. */

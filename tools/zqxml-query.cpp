@@ -63,20 +63,22 @@ public:
     {
         if (const auto unknown = findUnknownKey())
             return *unknown;
-        const XMLMailbox::State state =
-            askPages(server, query, [this](XMLPacket &page, const PagePlace &place) { return takePage(page, place); });
+        QString traceError;
+        const XMLMailbox::State state = askPages(
+            server, query, [this](XMLPacket &page, const PagePlace &place) { return takePage(page, place); },
+            &traceError);
         progress.clear();
         if (ended)
             return *ended;
         if (!failure.isEmpty())
             return fail(failure);
         if (state != XMLMailbox::Answered && !isFull())
-            return fail(QStringLiteral("no answer"), NoAnswer);
+            return traceError.isEmpty() ? fail(QStringLiteral("no answer"), NoAnswer) : failTrace(traceError);
         if (const auto last = writeOut(printer->finish(printed)))
             return *last;
         if (printed == 0)
             tell(QStringLiteral("nothing found: ") + whyNothing());
-        return Success;
+        return traceError.isEmpty() ? Success : failTrace(traceError);
     }
 
 private:
@@ -91,6 +93,11 @@ private:
                 return fail(QStringLiteral("nothing has the key ") + toText(key));
         }
         return std::nullopt;
+    }
+
+    int failTrace(const QString &reason) const
+    {
+        return fail(query.traceFile + QStringLiteral(": ") + reason);
     }
 
     bool isFull() const
@@ -140,11 +147,16 @@ private:
         Query wider = query;
         wider.withPublications = true;
         wider.limit = 1;
+        wider.traceFile.clear(); // which holds the question that was asked
         bool found = false;
-        askPages(server, wider, [&found](XMLPacket &page, const PagePlace &) {
-            found = !XMLRecords(page).isEmpty();
-            return false;
-        });
+        QString none;
+        askPages(
+            server, wider,
+            [&found](XMLPacket &page, const PagePlace &) {
+                found = !XMLRecords(page).isEmpty();
+                return false;
+            },
+            &none);
         return found;
     }
 

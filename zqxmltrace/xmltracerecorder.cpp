@@ -168,9 +168,14 @@ bool XMLTraceRecorder::flush()
     if (!file || buffer.isEmpty())
         return true;
     const NoPipeSignal ignored;
-    if (file->write(buffer) != buffer.size()) {
-        stop(file->errorString());
-        return false;
+    qint64 done = 0;
+    while (done < buffer.size()) { // what a disk that is getting full takes is less, and only the next try says why
+        const qint64 written = file->write(buffer.constData() + done, buffer.size() - done);
+        if (written <= 0) {
+            stop(file->errorString());
+            return false;
+        }
+        done += written;
     }
     buffer.resize(0); // keeps its room
     buffered = 0;
