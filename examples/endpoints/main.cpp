@@ -11,7 +11,6 @@
 #include <zqxmlkit/xmlrequester.h>
 
 #include <QCoreApplication>
-#include <QDateTime>
 
 #include <cstdio>
 #include <utility>
@@ -27,11 +26,10 @@ int main(int argc, char *argv[])
 
     // The window shows a menu, and sends the action that was chosen back.
     QObject::connect(&window, &XMLEndpoint::uiReceived, [&window](int from, XMLUI &ui) {
-        std::printf("menu %s\n", qUtf8Printable(ui.getName()));
         QList<XMLAction *> actions;
         ui.getActions(actions);
         for (const XMLAction *const action : std::as_const(actions))
-            std::printf("  %s\n", qUtf8Printable(action->getName()));
+            std::printf("menu: %s\n", qUtf8Printable(action->getName()));
         window.send(from, *actions.constFirst());
         qDeleteAll(actions);
     });
@@ -42,9 +40,7 @@ int main(int argc, char *argv[])
         XMLReply *const reply = requester.requestJobs();
         QObject::connect(reply, &XMLReply::finished, [reply] {
             for (const XMLRecord &job : reply->records())
-                std::printf("%4d copies, %s, %s\n", job.value("copies").toInt(),
-                            qUtf8Printable(job.value("arrived").toDateTime().toString(Qt::ISODate)),
-                            qUtf8Printable(job.name()));
+                std::printf("%4d copies, %s\n", job.value("copies").toInt(), qUtf8Printable(job.name()));
             QCoreApplication::quit();
         });
     });
