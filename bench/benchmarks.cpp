@@ -38,6 +38,7 @@ int main(int argc, char **argv)
     addWire();
     addAsking();
     addPages();
+    addTracing();
     addRoad();
     benchmark::RunSpecifiedBenchmarks();
     return 0;

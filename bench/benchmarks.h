@@ -109,6 +109,7 @@ void addObjects(); ///< Properties, and constructing an object.
 void addWire(); ///< Packets to the wire form and back.
 void addAsking(); ///< A request and its reply, and reading a record by names.
 void addPages(); ///< The longest turn of the event loop while records come in pages.
+void addTracing(); ///< Recording traffic, and what traces become.
 void addRoad(); ///< A request for a thousand jobs, from its sending to the rebuilt records.
 
 #endif

@@ -77,6 +77,24 @@ def growth(path, sizes):
     return values
 
 
+def per(name, divisor):
+    return lambda numbers: [value / divisor for value in numbers[name]]
+
+
+def added(over, without, under=None, divisor=1):
+    """What a benchmark takes more than another, as a part of a third, or divided."""
+    def values(numbers):
+        of = numbers[under] if under else [divisor] * len(numbers[over])
+        return [(a - b) / c for a, b, c in zip(numbers[over], numbers[without], of)]
+    return values
+
+
+def added_allocations(over, without, divisor):
+    def values(counters):
+        return [(counters[over]["allocations"] - counters[without]["allocations"]) / divisor]
+    return values
+
+
 def extra_allocations(path, items):
     """Allocations a field beyond the floor's, which is charged with the names that it was given."""
     def values(counters):
@@ -166,9 +184,17 @@ def rows_of_asking():
     yield "record by names: of reading it by tags", at_most(1.5), ratio("fields/ours/40", "fields/plain/40")
 
 
+def rows_of_tracing(events):
+    yield ("recording with bodies: added, of encoding", at_most(1.2),
+           added("record/bodies/10", "record/none/10", "record/encoding/10"))
+    yield (f"statistics, {events:,} events: of bare JSON", at_most(4),
+           ratio(f"trace/statistics/{events}", f"trace/lines/{events}"))
+    yield "  grow with events to the", at_most(1.1), growth("trace/statistics", (1000, events))
+
+
 def counted_rows():
     for rows in (rows_of_records(), rows_of_packets(), rows_of_sending(), rows_of_objects(), rows_of_road(100),
-                 rows_of_wire(64 * 1024), rows_of_asking()):
+                 rows_of_wire(64 * 1024), rows_of_asking(), rows_of_tracing(10000)):
         yield from rows
 
 
@@ -176,6 +202,8 @@ def memory_rows():
     for n in (1, 16):
         yield f"record to XML, N = {n}: allocations a field", at_most(0.3), extra_allocations("setData", n)
         yield "  live bytes, of the floor", at_most(1.01), live_bytes("setData", n)
+    yield ("recording headers: allocations a packet", at_most(1),
+           added_allocations("record/headers/10", "record/none/10", 10))
 
 
 def timed_rows():
@@ -185,6 +213,9 @@ def timed_rows():
             yield (f"send, {where} differs, queue of {count}: of QtDBus", at_most(0.04),
                    ratio(f"{path}/ours/{count}", f"send/qtdbus/{count}"))
     yield "longest turn in pages: of converting one", at_most(1.5), ratio("turn/ours/100", "turn/page/100")
+    yield ("recording headers: microseconds a packet", at_most(1.5),
+           added("record/headers/10", "record/none/10", divisor=10 * 1e3))
+    yield "page of 100,000 events, written: seconds", at_most(3), per("trace/page/100000", 1e9)
     for part in ("setData", "toPacket"):
         yield f"{part}, 4096 items: of the floor", at_most(1.35), ratio(f"{part}/ours/4096", f"{part}/floor/4096")
 
@@ -192,7 +223,7 @@ def timed_rows():
 def context_rows():
     """The counted rows in times."""
     for rows in (rows_of_records(), rows_of_packets(), rows_of_sending(), rows_of_objects(), rows_of_road(1000),
-                 rows_of_wire(1024 * 1024), rows_of_asking()):
+                 rows_of_wire(1024 * 1024), rows_of_asking(), rows_of_tracing(100000)):
         for label, _, values in rows:
             yield label, None, values
 
@@ -262,7 +293,8 @@ def print_forms(columns, kind, unit):
             ("6 KB to wire", "toWire", ("ours", "plain", "pugixml", "libxml2"), 6144, 1),
             ("6 KB from wire", "fromWire", ("ours", "floor", "plain", "pugixml", "libxml2", "expat"), 6144, 1),
             ("a request and its reply", "ask", ("ours", "plain"), 1, 1),
-            ("40 fields of a record", "fields", ("ours", "plain"), 40, 1)):
+            ("40 fields of a record", "fields", ("ours", "plain"), 40, 1),
+            ("sending a packet, recorded", "record", ("none", "headers", "bodies", "encoding"), 10, 10)):
         for form in forms:
             name = f"{path}/{form}/{size}"
             found = [getattr(column, kind).get(name) for column in columns]

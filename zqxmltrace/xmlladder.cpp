@@ -40,7 +40,7 @@ void XMLLadder::setName(const XMLTraceAgent &agent, const QString &name)
 void XMLLadder::add(const XMLTraceEvent &event)
 {
     if (event.isAgentEvent())
-        return;
+        return addAgent(event);
     auto found = places.find(keyOf(event));
     if (found == places.end()) {
         if (event.event == XMLTraceEvent::Delivered)
@@ -56,6 +56,7 @@ void XMLLadder::add(const XMLTraceEvent &event)
     const quint64 answered = requests.add(event);
     switch (event.event) {
     case XMLTraceEvent::Queued: {
+        columns[static_cast<std::size_t>(row.source)].isRegistered = true;
         const auto request = asked.find(keyOf(event.process, answered));
         if (request != asked.end()) {
             row.answered = static_cast<qint64>(request->second);
@@ -66,6 +67,7 @@ void XMLLadder::add(const XMLTraceEvent &event)
         return;
     }
     case XMLTraceEvent::Delivering:
+        columns[static_cast<std::size_t>(row.destination)].isRegistered = true;
         row.outcome = Delivered;
         row.delay = event.time - row.time;
         return;
@@ -82,11 +84,28 @@ void XMLLadder::add(const XMLTraceEvent &event)
     places.erase(found);
 }
 
+void XMLLadder::addAgent(const XMLTraceEvent &event)
+{
+    const XMLTraceAgent agent{event.process, event.source};
+    if (event.event == XMLTraceEvent::AgentAdded && event.sourceType == XMLAgent::NO_AGENT_TYPE) {
+        typeless.insert(agent);
+    } else if (event.event == XMLTraceEvent::AgentRemoved && typeless.erase(agent) > 0) {
+        const auto column = columnNumbers.find(agent);
+        if (column != columnNumbers.end())
+            vacant[event.process].push_back(column->second);
+    }
+}
+
 int XMLLadder::columnOf(int process, int id, int type)
 {
     const auto [found, isNew] = columnNumbers.emplace(XMLTraceAgent{process, id}, columns.size());
-    if (isNew)
-        columns.push_back({found->first, type});
+    if (isNew && typeless.count(found->first) > 0 && !vacant[process].empty()) {
+        found->second = vacant[process].back();
+        vacant[process].pop_back();
+        columns[static_cast<std::size_t>(found->second)].lastID = id;
+    } else if (isNew) {
+        columns.push_back({found->first, type, id, false});
+    }
     Column &column = columns[static_cast<std::size_t>(found->second)];
     if (type != XMLAgent::NO_AGENT_TYPE)
         column.type = type;
@@ -102,8 +121,11 @@ QString XMLLadder::titleOf(int column) const
         return printable(named->second) + QLatin1Char(' ') + id;
     if (shown.agent.id == -1 && shown.type == XMLAgent::COMM_SERVER_AGENT_TYPE)
         return QStringLiteral("comm server -1");
-    return shown.type == XMLAgent::NO_AGENT_TYPE ? QStringLiteral("nobody ") + id
-                                                 : QStringLiteral("agent %1 type %2").arg(id).arg(shown.type);
+    if (shown.type != XMLAgent::NO_AGENT_TYPE)
+        return QStringLiteral("agent %1 type %2").arg(id).arg(shown.type);
+    if (shown.lastID != shown.agent.id)
+        return QStringLiteral("agents %1 to %2").arg(id).arg(shown.lastID);
+    return (shown.isRegistered ? QStringLiteral("agent ") : QStringLiteral("nobody ")) + id;
 }
 
 std::vector<XMLLadder::Arrow> XMLLadder::arrows() const

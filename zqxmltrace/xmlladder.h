@@ -9,6 +9,7 @@
 #include <QString>
 
 #include <map>
+#include <set>
 #include <unordered_map>
 #include <vector>
 
@@ -19,8 +20,9 @@ class QIODevice;
  *
  * An arrow tells what the packet holds, and whether it was delivered, waits, was dropped, or had nobody to go to. A
  * packet that goes back to where a request came from is drawn as its reply. Arrows that say the same one after the
- * other are drawn once, with their number; long pauses are drawn as such. Names and contents are escaped in every form:
- * nothing in a packet acts on the terminal, the diagram or the page.
+ * other are drawn once, with their number; long pauses are drawn as such. Agents without a type, as each request of an
+ * XMLRequester has one, take the column of one that is gone, so that a trace of many requests has few columns. Names
+ * and contents are escaped in every form: nothing in a packet acts on the terminal, the diagram or the page.
  */
 class ZQXMLTRACE_EXPORT XMLLadder
 {
@@ -71,6 +73,7 @@ private:
         std::size_t count;
     };
 
+    void addAgent(const XMLTraceEvent &event);
     int columnOf(int process, int id, int type);
     QString titleOf(int column) const;
     std::vector<Arrow> arrows() const;
@@ -78,12 +81,16 @@ private:
     static const char *nameOf(Outcome outcome);
 
     struct Column {
-        XMLTraceAgent agent;
+        XMLTraceAgent agent; // the first of those that are drawn in it
         int type;
+        int lastID; // the last of those
+        bool isRegistered; // at some time, as far as the trace tells
     };
 
     std::vector<Column> columns;
     std::map<XMLTraceAgent, int> columnNumbers;
+    std::set<XMLTraceAgent> typeless; // agents without a type that are registered
+    std::map<int, std::vector<int>> vacant; // columns of such agents that are gone, by process
     std::map<XMLTraceAgent, QString> names;
     std::vector<Row> rows;
     std::unordered_map<quint64, std::size_t> places; // rows by packet, of packets that are not done with
