@@ -9,57 +9,119 @@
 #include <QJsonObject>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <climits>
+#include <cstring>
 
 namespace {
 
-template <typename Number>
-void appendNumber(QByteArray &line, Number number)
+/** Writes behind the end of an array whose room is made once, not for each of the many small parts of a line. */
+class Writer
 {
-    char digits[24];
-    const auto end = std::to_chars(std::begin(digits), std::end(digits), number).ptr;
-    line.append(digits, static_cast<int>(end - digits));
-}
+public:
+    Writer(QByteArray &target, int room) : bytes(target)
+    {
+        const int end = static_cast<int>(bytes.size());
+        bytes.resize(end + room);
+        out = bytes.data() + end;
+    }
 
-template <typename Number>
-void appendMember(QByteArray &line, const char *name, Number number)
-{
-    line += ",\"";
-    line += name;
-    line += "\":";
-    appendNumber(line, number);
-}
+    ~Writer()
+    {
+        bytes.resize(static_cast<int>(out - bytes.constData()));
+    }
+    Q_DISABLE_COPY(Writer)
 
-void appendContent(QByteArray &line, const XMLTraceEvent &event)
+    void put(char c)
+    {
+        *out++ = c;
+    }
+
+    template <std::size_t size>
+    void put(const char (&literal)[size])
+    {
+        std::memcpy(out, literal, size - 1);
+        out += size - 1;
+    }
+
+    void put(const char *begin, const char *end)
+    {
+        std::memcpy(out, begin, static_cast<std::size_t>(end - begin));
+        out += end - begin;
+    }
+
+    void putName(const char *name)
+    {
+        put(name, name + std::strlen(name));
+    }
+
+    template <typename Number>
+    void putNumber(Number number)
+    {
+        out = std::to_chars(out, out + DIGITS, number).ptr;
+    }
+
+    static constexpr int DIGITS = 20; ///< of a number, at the most, and its sign
+
+private:
+    QByteArray &bytes;
+    char *out;
+};
+
+constexpr int LINE = 512; // bytes that a line has room for, its actions and its wire form apart
+
+void putContent(Writer &line, const XMLTraceEvent &event)
 {
-    line += ",\"kinds\":{";
+    line.put(",\"kinds\":{");
     bool first = true;
     for (int kind = 0; kind < XMLTraceEvent::KindCount; ++kind) {
         if (event.kinds[static_cast<std::size_t>(kind)] == 0)
             continue;
-        line += first ? "\"" : ",\"";
+        if (!first)
+            line.put(',');
         first = false;
-        line += XMLTraceEvent::nameOf(static_cast<XMLTraceEvent::Kind>(kind));
-        line += "\":";
-        appendNumber(line, event.kinds[static_cast<std::size_t>(kind)]);
+        line.put('"');
+        line.putName(XMLTraceEvent::nameOf(static_cast<XMLTraceEvent::Kind>(kind)));
+        line.put("\":");
+        line.putNumber(event.kinds[static_cast<std::size_t>(kind)]);
     }
-    line += '}';
+    line.put('}');
     if (!event.actionTypes.isEmpty()) {
-        line += ",\"actions\":[";
+        line.put(",\"actions\":[");
         for (int i = 0; i < event.actionTypes.size(); ++i) {
             if (i > 0)
-                line += ',';
-            appendNumber(line, event.actionTypes.at(i));
+                line.put(',');
+            line.putNumber(event.actionTypes.at(i));
         }
-        line += ']';
+        line.put(']');
     }
-    if (event.bytes >= 0)
-        appendMember(line, "bytes", event.bytes);
-    if (!event.wire.isEmpty()) {
-        line += ",\"wire\":";
-        appendText(line, event.wire);
+    if (event.bytes >= 0) {
+        line.put(",\"bytes\":");
+        line.putNumber(event.bytes);
     }
+}
+
+constexpr std::array<bool, 256> escapedCharacters()
+{
+    std::array<bool, 256> table = {};
+    for (std::size_t c = 0; c < 0x20; ++c)
+        table[c] = true;
+    table['"'] = table['\\'] = table[0x7f] = true;
+    return table;
+}
+
+constexpr std::array<bool, 256> isEscaped = escapedCharacters();
+
+void putEscaped(Writer &line, char c)
+{
+    static constexpr char digits[] = "0123456789abcdef";
+    line.put('\\');
+    if (c == '"' || c == '\\')
+        return line.put(c);
+    line.put("u00");
+    line.put(digits[c >> 4]);
+    line.put(digits[c & 15]);
 }
 
 const char *nameOf(XMLRouterObserver::DropReason reason)
@@ -108,19 +170,20 @@ void readContent(const QJsonObject &object, XMLTraceEvent &event)
 
 void appendText(QByteArray &line, const QByteArray &text)
 {
-    static const char digits[] = "0123456789abcdef";
+    constexpr int part = 4096;
     line += '"';
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (c == '"' || c == '\\') {
-            line += '\\';
-            line += c;
-        } else if (byte < 0x20 || byte == 0x7f) {
-            line += "\\u00";
-            line += digits[byte >> 4];
-            line += digits[byte & 15];
-        } else {
-            line += c;
+    for (int from = 0; from < text.size(); from += part) {
+        const int size = std::min(part, static_cast<int>(text.size()) - from);
+        Writer writer(line, 6 * size);
+        const char *at = text.constData() + from;
+        const char *const end = at + size;
+        while (at < end) {
+            const char *const run = at;
+            while (at < end && !isEscaped[static_cast<unsigned char>(*at)])
+                ++at;
+            writer.put(run, at);
+            if (at < end)
+                putEscaped(writer, *at++);
         }
     }
     line += '"';
@@ -128,41 +191,53 @@ void appendText(QByteArray &line, const QByteArray &text)
 
 void appendHeader(QByteArray &line, qint64 start)
 {
-    line += "{\"trace\":";
-    appendNumber(line, TRACE_VERSION);
-    appendMember(line, "start", start);
-    appendMember(line, "pid", QCoreApplication::applicationPid());
-    line += ",\"program\":";
+    line += "{\"trace\":" + QByteArray::number(TRACE_VERSION) + ",\"start\":" + QByteArray::number(start)
+        + ",\"pid\":" + QByteArray::number(QCoreApplication::applicationPid()) + ",\"program\":";
     appendText(line, QCoreApplication::applicationName().toUtf8());
     line += "}\n";
 }
 
 void appendLine(QByteArray &line, const XMLTraceEvent &event)
 {
-    line += "{\"time\":";
-    appendNumber(line, event.time);
-    line += ",\"event\":\"";
-    line += XMLTraceEvent::nameOf(event.event);
-    line += '"';
-    if (event.isAgentEvent()) {
-        appendMember(line, "agent", event.source);
-        appendMember(line, "type", event.sourceType);
-        line += "}\n";
-        return;
+    {
+        Writer writer(line, LINE + static_cast<int>(event.actionTypes.size()) * (Writer::DIGITS + 1));
+        writer.put("{\"time\":");
+        writer.putNumber(event.time);
+        writer.put(",\"event\":\"");
+        writer.putName(XMLTraceEvent::nameOf(event.event));
+        if (event.isAgentEvent()) {
+            writer.put("\",\"agent\":");
+            writer.putNumber(event.source);
+            writer.put(",\"type\":");
+            writer.putNumber(event.sourceType);
+            writer.put("}\n");
+            return;
+        }
+        writer.put("\",\"packet\":");
+        writer.putNumber(event.packet);
+        writer.put(",\"src\":");
+        writer.putNumber(event.source);
+        writer.put(",\"dst\":");
+        writer.putNumber(event.destination);
+        if (event.event == XMLTraceEvent::Dropped) {
+            writer.put(",\"reason\":\"");
+            writer.putName(nameOf(event.reason));
+            writer.put('"');
+        }
+        if (event.event == XMLTraceEvent::Queued || event.event == XMLTraceEvent::Dropped) {
+            writer.put(",\"src_type\":");
+            writer.putNumber(event.sourceType);
+            writer.put(",\"dst_type\":");
+            writer.putNumber(event.destinationType);
+            putContent(writer, event);
+        }
+        if (event.wire.isEmpty() || (event.event != XMLTraceEvent::Queued && event.event != XMLTraceEvent::Dropped)) {
+            writer.put("}\n");
+            return;
+        }
+        writer.put(",\"wire\":");
     }
-    appendMember(line, "packet", event.packet);
-    appendMember(line, "src", event.source);
-    appendMember(line, "dst", event.destination);
-    if (event.event == XMLTraceEvent::Dropped) {
-        line += ",\"reason\":\"";
-        line += nameOf(event.reason);
-        line += '"';
-    }
-    if (event.event == XMLTraceEvent::Queued || event.event == XMLTraceEvent::Dropped) {
-        appendMember(line, "src_type", event.sourceType);
-        appendMember(line, "dst_type", event.destinationType);
-        appendContent(line, event);
-    }
+    appendText(line, event.wire);
     line += "}\n";
 }
 

@@ -8,7 +8,11 @@
 #include <QCoreApplication>
 #include <QIODevice>
 
-#include <utility>
+namespace {
+
+constexpr qint64 PART = 65536; // bytes that are read at once: devices take long for one line
+
+} // namespace
 
 XMLTraceReader::XMLTraceReader(QIODevice *input) : device(input) { }
 
@@ -43,17 +47,25 @@ int XMLTraceReader::damagedLines() const
 
 bool XMLTraceReader::isCutOff() const
 {
-    return !partial.isEmpty();
+    return isAtEnd && at < unread.size();
 }
 
 // Gives a whole line without its line feed.
 bool XMLTraceReader::readLine(QByteArray &line)
 {
-    partial += device->readLine();
-    if (!partial.endsWith('\n'))
-        return false;
-    partial.chop(1);
-    line = std::exchange(partial, QByteArray());
+    int end = static_cast<int>(unread.indexOf('\n', at));
+    while (end < 0) {
+        unread.remove(0, at);
+        at = 0;
+        const int searched = static_cast<int>(unread.size());
+        unread += device->read(PART);
+        isAtEnd = unread.size() == searched;
+        if (isAtEnd)
+            return false;
+        end = static_cast<int>(unread.indexOf('\n', searched));
+    }
+    line = unread.mid(at, end - at);
+    at = end + 1;
     return true;
 }
 

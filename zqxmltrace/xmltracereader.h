@@ -6,6 +6,7 @@
 
 #include <zqxmltrace/xmltraceevent.h>
 
+#include <QByteArray>
 #include <QString>
 
 #include <unordered_map>
@@ -49,7 +50,9 @@ private:
     void complete(XMLTraceEvent &event);
 
     QIODevice *device;
-    QByteArray partial; // of the last line
+    QByteArray unread; // that the device has given, from "at" on
+    int at = 0;
+    bool isAtEnd = false; // the device has given nothing more
     QString reason;
     bool started = false;
     qint64 startTime = 0;
