@@ -40,7 +40,6 @@ XMLPacketable::XMLPacketable() : XMLObject(XML_PACKETABLE), heldRecord(nullptr) 
 XMLPacketable::~XMLPacketable()
 {
     delete heldRecord;
-    heldRecord = nullptr;
 }
 
 void XMLPacketable::setCurrent(bool current)
