@@ -20,10 +20,15 @@
 int runWithAccounts(QObject &test, int argc, char **argv);
 
 /** What QTEST_GUILESS_MAIN() does, with accounts. */
-#define ZQXML_TEST_MAIN(Test)                                                                                          \
+#define ZQXML_TEST_MAIN(Test) ZQXML_MAIN(Test, QCoreApplication)
+
+/** What QTEST_MAIN() does for a test of widgets, with accounts. */
+#define ZQXML_WIDGET_TEST_MAIN(Test) ZQXML_MAIN(Test, QApplication)
+
+#define ZQXML_MAIN(Test, Application)                                                                                  \
     int main(int argc, char **argv)                                                                                    \
     {                                                                                                                  \
-        QCoreApplication application(argc, argv);                                                                      \
+        Application application(argc, argv);                                                                           \
         QTEST_SET_MAIN_SOURCE_PATH                                                                                     \
         Test test;                                                                                                     \
         return runWithAccounts(test, argc, argv);                                                                      \

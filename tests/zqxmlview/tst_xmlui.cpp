@@ -1,0 +1,579 @@
+// SPDX-FileCopyrightText: 2026 The zqxml developers
+// SPDX-License-Identifier: MIT
+
+#include <zqxml/xmlaction.h>
+#include <zqxml/xmlimage.h>
+#include <zqxml/xmlmessage.h>
+#include <zqxml/xmlrouter.h>
+#include <zqxml/xmlui.h>
+#include <zqxmlkit/testing.h>
+#include <zqxmlview/xmluiagent.h>
+#include <zqxmlview/xmluiowner.h>
+
+#include <QAbstractItemModelTester>
+#include <QActionGroup>
+#include <QApplication>
+#include <QLoggingCategory>
+#include <QMenu>
+#include <QStatusBar>
+#include <QTextDocument>
+#include <QToolBar>
+
+#include <testtools.h>
+
+#include <map>
+
+class TestXMLUI : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void scripts();
+    void texts_data();
+    void texts();
+    void looks();
+    void owner();
+};
+
+namespace {
+
+enum AgentType : int { SHOP = 100, VIEW = 101 };
+
+const QList<QList<int>> exclusive{{1, 2}, {3}};
+
+/** An action as its owner has it, and as the view shows it. */
+struct Plain {
+    int type;
+    int originator;
+    int content; // tells actions apart that are equal otherwise
+    bool visible;
+    bool enabled;
+    bool checkable;
+    bool checked;
+
+    int group() const
+    {
+        return type <= 2 ? 0 : type == 3 ? 1 : -1;
+    }
+
+    QString name() const
+    {
+        return QStringLiteral("action %1").arg(content);
+    }
+};
+
+using Identity = std::array<int, 3>;
+
+std::vector<Identity> identitiesOf(const std::vector<Plain> &actions)
+{
+    std::map<std::pair<int, int>, int> counts;
+    std::vector<Identity> identities;
+    for (const Plain &each : actions)
+        identities.push_back({each.type, each.originator, counts[{each.type, each.originator}]++});
+    return identities;
+}
+
+/** What happens, drawn from a seed; who derives does it and logs what comes of it. */
+class Script
+{
+public:
+    QStringList log;
+
+protected:
+    explicit Script(quint32 seed) : random(seed) { }
+    virtual ~Script() = default;
+
+    void run()
+    {
+        for (int step = 0; step < 25; ++step) {
+            const int what = random.below(10);
+            if (what < 4) {
+                change();
+                update();
+            } else if (what < 8) {
+                // Counted from the owner's list: what is asked for may be gone from the view, or not yet there.
+                const int count = static_cast<int>(owned.size());
+                const int row = random.below(count + 1);
+                const int reaction = random.below(3);
+                click(row, random.below(2) == 0, reaction);
+            } else {
+                setMenuOpen(random.below(3) > 0);
+            }
+            show();
+        }
+        setMenuOpen(false);
+        show();
+    }
+
+    virtual void update() = 0;
+    virtual void click(int row, bool inModel, int reaction) = 0;
+    virtual void setMenuOpen(bool open) = 0;
+    virtual void show() = 0;
+
+    /** What the owner does when \a content was triggered: accepts it, sends what it had, or does nothing. */
+    bool react(int content, bool checked, int reaction)
+    {
+        for (Plain &each : owned) {
+            if (reaction == 0 && each.content == content)
+                each.checked = checked;
+        }
+        return reaction < 2;
+    }
+
+    std::vector<Plain> owned;
+
+private:
+    void change()
+    {
+        for (int changes = 1 + random.below(3); changes > 0; --changes) {
+            const int count = static_cast<int>(owned.size());
+            const int what = random.below(count == 0 ? 1 : 5);
+            const auto place = owned.begin() + random.below(count + (what == 0 ? 1 : 0));
+            switch (what) {
+            case 0:
+                owned.insert(place,
+                             {1 + random.below(4), 7 + random.below(2), ++lastContent, random.below(4) > 0,
+                              random.below(4) > 0, random.below(3) > 0, random.below(3) == 0});
+                break;
+            case 1:
+                owned.erase(place);
+                break;
+            case 2:
+                std::rotate(place, place + 1, owned.end());
+                break;
+            case 3:
+                std::rotate(owned.begin(), place, place + 1);
+                break;
+            case 4:
+                *place = {place->type,         place->originator,   ++lastContent,       random.below(3) > 0,
+                          random.below(3) > 0, random.below(3) > 0, random.below(2) == 0};
+            }
+        }
+    }
+
+    Mischief random;
+    int lastContent = 0;
+};
+
+/** The rules as they are written down. */
+class PlainView : public Script
+{
+public:
+    explicit PlainView(quint32 seed) : Script(seed)
+    {
+        run();
+    }
+
+private:
+    void update() override
+    {
+        const std::vector<Identity> before = identitiesOf(shown);
+        const std::vector<Identity> after = identitiesOf(owned);
+        shown = owned;
+        for (const Identity &identity : after) {
+            if (std::find(before.begin(), before.end(), identity) == before.end())
+                rects[identity] = 0;
+        }
+        for (const Identity &identity : after) {
+            if (rects[identity] == 0)
+                rects[identity] = ++lastRect;
+        }
+    }
+
+    void click(int row, bool, int reaction) override
+    {
+        if (row >= static_cast<int>(shown.size()))
+            return;
+        Plain &clicked = shown[static_cast<std::size_t>(row)];
+        const bool isMember = clicked.checkable && clicked.group() >= 0;
+        if (!clicked.visible || !clicked.enabled || (isMember && clicked.checked))
+            return;
+        if (clicked.checkable)
+            clicked.checked = !clicked.checked;
+        for (Plain &other : shown) {
+            if (isMember && &other != &clicked && other.group() == clicked.group())
+                other.checked = false;
+        }
+        log << QStringLiteral("sent %1 %2").arg(clicked.content).arg(clicked.checked);
+        if (react(clicked.content, clicked.checked, reaction))
+            update();
+    }
+
+    void setMenuOpen(bool open) override
+    {
+        if (open && !isOpen)
+            inMenu = visibleOnes();
+        isOpen = open;
+    }
+
+    std::vector<Identity> visibleOnes() const
+    {
+        const std::vector<Identity> all = identitiesOf(shown);
+        std::vector<Identity> visible;
+        for (std::size_t row = 0; row < shown.size(); ++row) {
+            if (shown[row].visible)
+                visible.push_back(all[row]);
+        }
+        return visible;
+    }
+
+    void show() override
+    {
+        const std::vector<Identity> all = identitiesOf(shown);
+        for (std::size_t row = 0; row < shown.size(); ++row) {
+            const Plain &each = shown[row];
+            log << QStringLiteral("row %1 %2 %3 %4 %5 %6")
+                       .arg(each.name())
+                       .arg(each.visible)
+                       .arg(each.enabled)
+                       .arg(each.checkable)
+                       .arg(each.checked)
+                       .arg(rects[all[row]]);
+        }
+        for (const Identity &identity : isOpen ? inMenu : visibleOnes()) {
+            const auto row = static_cast<std::size_t>(std::find(all.begin(), all.end(), identity) - all.begin());
+            if (row == all.size()) {
+                log << QStringLiteral("gone, enabled 0");
+                continue;
+            }
+            const Plain &each = shown[row];
+            log << QStringLiteral("%1, enabled %2, checked %3")
+                       .arg(each.name())
+                       .arg(each.enabled && each.visible)
+                       .arg(each.checkable && each.checked);
+        }
+    }
+
+    std::vector<Plain> shown;
+    std::vector<Identity> inMenu; // the rows that an open menu has, whatever happens
+    bool isOpen = false;
+    std::map<Identity, int> rects;
+    int lastRect = 0;
+};
+
+/** The library between an owner and a menu. */
+class RealView : public Script
+{
+public:
+    explicit RealView(quint32 seed)
+        : Script(seed), router(nullptr), shop(&router, SHOP), view(&router, VIEW),
+          tester(view.binder()->model(), QAbstractItemModelTester::FailureReportingMode::Fatal)
+    {
+        for (const QList<int> &types : exclusive)
+            view.binder()->addExclusiveGroup(types);
+        view.binder()->addTo(&menu);
+        view.binder()->addTo(&toolBar);
+        menu.addAction(QStringLiteral("the application's"));
+        QObject::connect(&shop, &XMLEndpoint::actionReceived, [this](int, XMLAction &action) {
+            const int content = action.getJobID();
+            log << QStringLiteral("sent %1 %2").arg(content).arg(action.isChecked());
+            if (react(content, action.isChecked(), reactionToCome))
+                update();
+        });
+        run();
+    }
+
+private:
+    void update() override
+    {
+        XMLUI ui(QStringLiteral("Shop"));
+        for (const Plain &each : owned) {
+            XMLAction action(each.name(), each.type, each.originator);
+            action.setJobID(each.content);
+            if (!each.visible)
+                action.setVisible(false);
+            if (!each.enabled)
+                action.setEnabled(false);
+            if (each.checkable)
+                action.setCheckable(true);
+            if (each.checked)
+                action.setChecked(true);
+            ui.append(action);
+        }
+        const std::map<Identity, QPointer<QAction>> before = actionsByIdentity();
+        shop.send(view.getAgentID(), ui);
+        QCoreApplication::processEvents();
+        for (const auto &[identity, action] : actionsByIdentity()) {
+            const auto was = before.find(identity);
+            if (was != before.end() && was->second != action)
+                log << QStringLiteral("made anew: %1").arg(action->text());
+        }
+        XMLUIModel *const model = view.binder()->model();
+        for (int row = 0; row < model->rowCount(); ++row) {
+            if (model->index(row).data(XMLUIModel::RectRole).toRect().isNull())
+                model->setData(model->index(row), QRect(0, 0, ++lastRect, 1), XMLUIModel::RectRole);
+        }
+    }
+
+    std::map<Identity, QPointer<QAction>> actionsByIdentity() const
+    {
+        std::map<Identity, QPointer<QAction>> result;
+        const QList<QAction *> actions = view.binder()->actions();
+        for (int row = 0; row < actions.size(); ++row) {
+            const QModelIndex index = view.binder()->model()->index(row);
+            result[{index.data(XMLUIModel::TypeRole).toInt(), index.data(XMLUIModel::OriginatorRole).toInt(),
+                    index.data(XMLUIModel::OccurrenceRole).toInt()}] = actions.at(row);
+        }
+        return result;
+    }
+
+    void click(int row, bool inModel, int reaction) override
+    {
+        reactionToCome = reaction;
+        const QList<QAction *> actions = view.binder()->actions();
+        if (inModel)
+            view.binder()->model()->trigger(row);
+        else if (row < actions.size())
+            actions.at(row)->trigger();
+        QCoreApplication::processEvents();
+    }
+
+    void setMenuOpen(bool open) override
+    {
+        if (open)
+            menu.popup(QPoint());
+        else
+            menu.close();
+        QCoreApplication::processEvents();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+
+    void show() override
+    {
+        const XMLUIModel *const model = view.binder()->model();
+        for (int row = 0; row < model->rowCount(); ++row) {
+            const auto value = [&](int role) { return model->index(row).data(role); };
+            log << QStringLiteral("row %1 %2 %3 %4 %5 %6")
+                       .arg(value(XMLUIModel::NameRole).toString())
+                       .arg(value(XMLUIModel::VisibleRole).toInt())
+                       .arg(value(XMLUIModel::EnabledRole).toInt())
+                       .arg(value(XMLUIModel::CheckableRole).toInt())
+                       .arg(value(XMLUIModel::CheckedRole).toInt())
+                       .arg(value(XMLUIModel::RectRole).toRect().width());
+        }
+        const QStringList inMenu = lookOf(menu);
+        if (!menu.isVisible() && inMenu != lookOf(toolBar))
+            log << QStringLiteral("another tool bar: ") + lookOf(toolBar).join(QLatin1Char(';'));
+        log << inMenu;
+    }
+
+    QStringList lookOf(const QWidget &widget) const
+    {
+        QStringList look;
+        const QList<QAction *> present = view.binder()->actions();
+        for (QAction *action : widget.actions()) {
+            if (!action->isVisible() || action->parent() != view.binder())
+                continue;
+            look << (present.contains(action) ? QStringLiteral("%1, enabled %2, checked %3")
+                                                    .arg(action->text())
+                                                    .arg(action->isEnabled())
+                                                    .arg(action->isCheckable() && action->isChecked())
+                                              : QStringLiteral("gone, enabled %1").arg(action->isEnabled()));
+        }
+        return look;
+    }
+
+    XMLRouter router;
+    XMLEndpoint shop;
+    XMLUIAgent view;
+    QAbstractItemModelTester tester;
+    QMenu menu;
+    QToolBar toolBar;
+    int reactionToCome = 0;
+    int lastRect = 0;
+};
+
+} // namespace
+
+void TestXMLUI::scripts()
+{
+    QLoggingCategory::setFilterRules(QStringLiteral("default.warning=false")); // what a screenless menu cannot do
+    compareBySeeds<PlainView, RealView>(40);
+    QLoggingCategory::setFilterRules(QString());
+}
+
+void TestXMLUI::texts_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("label");
+    const auto row = [](const char *title, const QString &name, const QString &label) {
+        QTest::newRow(title) << name << label;
+    };
+    row("ampersands", QStringLiteral("&Save & &&go"), QStringLiteral("&&Save && &&&&go"));
+    row("markup", QStringLiteral("<b>bold</b> <img src='x'>"), QStringLiteral("<b>bold</b> <img src='x'>"));
+    row("lines", QStringLiteral("a\tb\r\nc%1d%2e").arg(QChar(0x2028)).arg(QChar(0)), QStringLiteral("a b  c d e"));
+    row("right to left", QStringLiteral("%1abc %2").arg(QChar(0x202e)).arg(QChar(0x5d0)),
+        QStringLiteral("%1abc %2").arg(QChar(0x202e)).arg(QChar(0x5d0)));
+    row("empty", QString(), QString());
+    row("as long as can be", QString(XMLUIBinder::MAX_TEXT, QLatin1Char('m')),
+        QString(XMLUIBinder::MAX_TEXT, QLatin1Char('m')));
+    row("10,000 characters", QString(10000, QLatin1Char('m')),
+        QString(XMLUIBinder::MAX_TEXT, QLatin1Char('m')) + QChar(0x2026));
+    const QString pair = QString::fromUcs4(U"\U0001f5a8", 1);
+    row("cut within a pair", QLatin1Char('m') + pair.repeated(60),
+        QLatin1Char('m') + pair.repeated((XMLUIBinder::MAX_TEXT - 1) / 2) + QChar(0x2026));
+}
+
+/** Whatever a name holds, it is shown as text, and the tool tip reads the same. */
+void TestXMLUI::texts()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, label);
+    XMLUIBinder binder;
+    XMLUI ui;
+    XMLAction action(name, 1, 2);
+    ui.append(action);
+    binder.setUI(ui);
+    const QAction &shown = *binder.actions().first();
+    QCOMPARE(shown.text(), label);
+    QTextDocument tip;
+    if (Qt::mightBeRichText(shown.toolTip()))
+        tip.setHtml(shown.toolTip());
+    else
+        tip.setPlainText(shown.toolTip());
+    const QString expected = QString(label).replace(QLatin1String("&&"), QLatin1String("&"));
+    if (name.size() <= XMLUIBinder::MAX_TEXT)
+        QCOMPARE(tip.toPlainText(), expected);
+    else
+        QVERIFY(tip.toPlainText().startsWith(expected.chopped(1)));
+    QCOMPARE(binder.model()->index(0).data().toString(), name);
+}
+
+/** Icons of the application and of the owner, shortcuts, the current action, groups, and messages. */
+void TestXMLUI::looks()
+{
+    XMLUIBinder binder;
+    const QIcon square(QPixmap(8, 8));
+    binder.setTemplate(1, square, QKeySequence(Qt::Key_F2));
+    binder.addExclusiveGroup({1, 2});
+    XMLUI ui;
+    const auto append = [&ui](const char *name, int type, bool checkable) {
+        XMLAction action(QString::fromLatin1(name), type, 5);
+        action.setCheckable(checkable);
+        action.setSelected(type == 2);
+        ui.append(action);
+    };
+    append("one", 1, true);
+    append("another", 1, false);
+    append("two", 2, true);
+    ui.setActionOrgName(2, 5, QStringLiteral("second"));
+    binder.setUI(ui);
+    QAction *const one = binder.action(1, 5);
+    QAction *const another = binder.action(1, 5, 1);
+    QAction *const two = binder.action(2, 5);
+    QCOMPARE(binder.actions(), (QList<QAction *>{one, another, two}));
+    QVERIFY(!binder.action(2, 6));
+
+    QCOMPARE(one->shortcut(), QKeySequence(Qt::Key_F2));
+    QVERIFY(another->shortcut().isEmpty());
+    QVERIFY(!one->font().bold());
+    QVERIFY(two->font().bold());
+    QVERIFY(one->actionGroup());
+    QVERIFY(one->actionGroup()->isExclusive());
+    QCOMPARE(two->actionGroup(), one->actionGroup());
+    QVERIFY(!another->actionGroup());
+
+    const QList<QSize> small{QSize(1, 1)};
+    const QList<QSize> large{QSize(8, 8)};
+    QCOMPARE(one->icon().availableSizes(), large);
+    const QString dot = QStringLiteral("data:image/x-portable-pixmap;base64,") // one pixel
+        + QString::fromLatin1(QByteArray("P3 1 1 1 0 1 0").toBase64());
+    XMLImage image(QStringLiteral("one"));
+    image.setURL(dot);
+    binder.setImage(image);
+    QCOMPARE(one->icon().availableSizes(), small);
+    QCOMPARE(another->icon().availableSizes(), large);
+    image.setName(QStringLiteral("two")); // which is not its org_name
+    binder.setImage(image);
+    QVERIFY(two->icon().isNull());
+    image.setName(QStringLiteral("second"));
+    for (const QString &location :
+         {dot, QStringLiteral("data:nothing"), QStringLiteral("/dev/zero"), QStringLiteral("http://nowhere.example/"),
+          QStringLiteral("data:;base64,%1").arg(QString::fromLatin1(QByteArray("P6 60000 60000 255 ").toBase64()))}) {
+        image.setURL(location);
+        binder.setImage(image);
+        QCOMPARE(two->icon().isNull(), location != dot);
+        QCOMPARE(binder.model()->index(2).data(XMLUIModel::ImageRole).toString(), location);
+    }
+
+    QStatusBar statusBar;
+    binder.setStatusBar(&statusBar);
+    QSignalSpy messages(&binder, &XMLUIBinder::messageShown);
+    const QString text = QStringLiteral("<b>&done</b>\n");
+    binder.showMessage(XMLMessage(text));
+    QCOMPARE(statusBar.currentMessage(), text);
+    QCOMPARE(messages.takeFirst().first().toString(), text);
+}
+
+/** One packet a turn, to whom it may concern; what was refused is shown as it was; agents come and go. */
+void TestXMLUI::owner()
+{
+    XMLRouter router(nullptr);
+    auto owner = std::make_unique<XMLUIOwner>(&router, SHOP, QStringLiteral("Queue"));
+    const int id = owner->getAgentID();
+    XMLAction hold(QStringLiteral("Hold"), 1, id);
+    hold.setCheckable(true);
+    XMLAction proof(QStringLiteral("Proof"), 2, id);
+    owner->append(hold);
+    owner->append(proof);
+    XMLRecordingAgent counter(router);
+    XMLUIAgent view(&router, VIEW);
+    XMLUIOwner stranger(&router, SHOP, QStringLiteral("Stranger"));
+    QAction *added = nullptr;
+    connect(view.binder()->model(), &XMLUIModel::rowsInserted, this, [&] { added = view.binder()->actions().last(); });
+    owner->show(counter.getAgentID());
+    owner->show(view.getAgentID());
+    for (int i = 0; i < 10; ++i) {
+        owner->change(2, id, [i](XMLAction &own) { own.setName(QStringLiteral("Proof %1").arg(i)); });
+        owner->change(2, 77, [](XMLAction &own) { own.setName(QStringLiteral("nobody's")); });
+    }
+    QTRY_COMPARE(view.binder()->actions().size(), 2);
+    QCOMPARE(counter.packets.size(), std::size_t(1));
+    QCOMPARE(view.owner(), id);
+    QCOMPARE(added->text(), QStringLiteral("Proof 9"));
+    stranger.show(view.getAgentID());
+    QCoreApplication::processEvents();
+    QCOMPARE(view.binder()->model()->name(), QStringLiteral("Queue"));
+
+    QStringList log;
+    connect(owner.get(), &XMLUIOwner::triggered, this, [&](int from, XMLAction &action) {
+        QCOMPARE(from, view.getAgentID());
+        log << QStringLiteral("%1 %2").arg(action.getName()).arg(action.isChecked());
+    });
+    QAction *const holding = view.binder()->action(1, id);
+    holding->trigger(); // refused: nothing is changed
+    QVERIFY(holding->isChecked());
+    QTRY_VERIFY(!holding->isChecked());
+    QCOMPARE(log, QStringList{QStringLiteral("Hold 1")});
+    QCOMPARE(counter.packets.size(), std::size_t(1));
+
+    // A click on what has been taken away, or disabled, in the same moment; a trigger from who is shown nothing.
+    QCOMPARE(owner->change(1, id, [](XMLAction &own) { own.setEnabled(false); }), 1);
+    QCOMPARE(owner->remove(2, id), 1);
+    holding->trigger();
+    added->trigger();
+    stranger.send(id, hold);
+    QTRY_COMPARE(view.binder()->actions().size(), 1);
+    QTRY_VERIFY(!holding->isEnabled());
+    QCOMPARE(log.size(), 1);
+
+    owner->hide(counter.getAgentID());
+    QTRY_COMPARE(counter.packets.size(), std::size_t(3));
+    owner->change(1, id, [](XMLAction &own) { own.setEnabled(true); });
+    QTRY_VERIFY(holding->isEnabled());
+    QCOMPARE(counter.packets.size(), std::size_t(3));
+
+    // The agent goes, with its user interface; the stranger may have the view then.
+    const QPointer<QAction> gone = holding;
+    owner.reset();
+    QCOMPARE(view.owner(), 0);
+    QVERIFY(view.binder()->actions().isEmpty());
+    QTRY_VERIFY(gone.isNull());
+    stranger.append(proof);
+    QTRY_COMPARE(view.owner(), stranger.getAgentID());
+    view.setOwner(4711);
+    QVERIFY(view.binder()->actions().isEmpty());
+}
+
+ZQXML_WIDGET_TEST_MAIN(TestXMLUI)
+#include "tst_xmlui.moc"
