@@ -204,8 +204,11 @@ void XMLRecordCursor::makePage(XMLPacket &packet)
         failed = true;
         records.clear();
     }
-    for (std::size_t i = 0; i < pageSize && records.size() > 0; ++i) {
-        convert(*converter, records.takeFirst());
+    for (std::size_t i = 0; i < pageSize; ++i) {
+        ZQLIST_ELEMENT *const record = records.takeFirst();
+        if (!record)
+            return;
+        convert(*converter, record);
         packet.appendV(*converter, false);
         ++converted;
     }
