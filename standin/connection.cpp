@@ -23,6 +23,26 @@ bool isLogged(QFile &file)
     return file.seek(readVersion) && file.read(1) == "\2";
 }
 
+/** The version of the tables that is read and made. */
+constexpr int version = 1;
+
+bool checkVersion(const Database &database, QString *error)
+{
+    QSqlQuery query(database.handle);
+    if (!query.exec(QStringLiteral("SELECT version FROM store")) || !query.next())
+        return fail(error,
+                    query.lastError().isValid() ? QStringLiteral("no record store: ") + reasonOf(query.lastError())
+                                                : QStringLiteral("no record store: it has no version"));
+    const int found = query.value(0).toInt();
+    if (found == version)
+        return true;
+    return fail(error,
+                QStringLiteral("its tables have version %1, and this program reads %2: %3")
+                    .arg(QString::number(found), QString::number(version),
+                         found > version ? QStringLiteral("use a newer zqxml")
+                                         : QStringLiteral("make the store anew with zqxml-store")));
+}
+
 } // namespace
 
 ZQCONNECTION::FileState::FileState(const QString &fileName)
@@ -38,127 +58,112 @@ bool ZQCONNECTION::FileState::hasContentOf(const FileState &other) const
     return modified == other.modified && size == other.size;
 }
 
-ZQCONNECTION::ZQCONNECTION(const QString &shownLocation, const QString &driver, const QString &databaseName)
-    : location(shownLocation), database(driver, databaseName)
+bool Session::prepare(QString *error)
 {
-}
-
-bool ZQCONNECTION::openFile(const QString &fileName, QString *error)
-{
-    const QFileInfo there(fileName);
-    if (there.exists() && !there.isFile() && !there.isDir()) // opening a pipe would wait
-        return fail(error, QStringLiteral("not a regular file"));
-    QFile content(fileName); // gives better reasons than the driver
-    if (!content.open(QIODevice::ReadOnly))
-        return fail(error, content.errorString());
-    file = fileName;
-    stateBefore = FileState(fileName);
-    // A reader of a database with a write-ahead log makes one, and leaves it behind if it must not write. As long as
-    // there is none, nobody writes, and the file can be read as if it were on a read-only medium.
-    frozen = isLogged(content) && !stateBefore.logged;
-    QString name = fileName;
-    QString options = QStringLiteral("QSQLITE_OPEN_READONLY");
-    if (frozen) {
-        name = QString::fromLatin1(QUrl::fromLocalFile(there.absoluteFilePath()).toEncoded())
-            + QStringLiteral("?immutable=1");
-        options += QStringLiteral(";QSQLITE_OPEN_URI");
-    }
-    database.handle.setDatabaseName(name);
-    database.handle.setConnectOptions(options);
-    return open(error);
-}
-
-bool ZQCONNECTION::open(QString *error)
-{
-    if (!database.handle.open())
-        return fail(error, reasonOf(database.handle.lastError()));
-    return prepare(error);
-}
-
-bool ZQCONNECTION::prepare(QString *error)
-{
-    const struct {
-        QSqlQuery &query;
-        QString text;
-    } statements[] = {
-        {outputs,
-         QStringLiteral("SELECT id, zqkey, hkey, name, state, speed, resolution,"
-                        " (SELECT count(*) FROM jobs WHERE output = outputs.id AND queue = 3)"
-                        " FROM outputs ORDER BY id")},
-        {publications,
-         QStringLiteral("SELECT id, zqkey, hkey, name, 0, 0, 0,"
-                        " (SELECT count(*) FROM books WHERE publication = publications.id)"
-                        " FROM publications WHERE id IN (SELECT publication FROM books) ORDER BY id")},
-        {ids,
-         QStringLiteral("SELECT id FROM outputs WHERE zqkey = ? AND hkey = ?"
-                        " UNION ALL SELECT id FROM publications WHERE zqkey = ? AND hkey = ?")},
-        {jobs,
-         QStringLiteral("SELECT jobs.id, jobs.zqkey, jobs.hkey, jobs.name, publications.name, publications.id,"
-                        " page, queue, output, arrived, priority, copies, bytes, paper, format, inks, digest,"
-                        " publications.zqkey, publications.hkey"
-                        " FROM jobs LEFT JOIN publications ON publications.id = jobs.publication"
-                        " WHERE output = ? AND queue = ? ORDER BY arrived, jobs.id")},
-        {books,
-         QStringLiteral("SELECT books.id, books.zqkey, books.hkey, books.name, publication, pages, signature,"
-                        " copies, balance, cover, keywords"
-                        " FROM publications JOIN books ON books.publication = publications.id"
-                        " WHERE publications.zqkey = ? AND publications.hkey = ? ORDER BY books.id")},
-    };
-    for (const auto &statement : statements) {
-        statement.query = QSqlQuery(database.handle);
-        statement.query.setForwardOnly(true);
-        if (!statement.query.prepare(statement.text))
-            return fail(error, QStringLiteral("no record store: ") + reasonOf(statement.query.lastError()));
+    if (!checkVersion(database, error))
+        return false;
+    QSqlQuery *const queries[] = {&outputs, &publications, &ids, &jobs, &books};
+    const QStringList statements = statementsOf(QStringLiteral("queries.sql"));
+    for (int i = 0; i < statements.size(); ++i) {
+        QSqlQuery &query = *queries[i];
+        query = QSqlQuery(database.handle);
+        query.setForwardOnly(true);
+        if (!query.prepare(statements.at(i)))
+            return fail(error, QStringLiteral("no record store: ") + reasonOf(query.lastError()));
     }
     return true;
 }
 
-bool ZQCONNECTION::begin(QString *error)
+ZQCONNECTION::ZQCONNECTION(const QString &shown, const Location &place) : shownLocation(shown), location(place) { }
+
+bool ZQCONNECTION::open(QString *error)
 {
-    if (!snapshot && isOutdated() && !reopen(error))
-        return false;
-    // Without an event loop nothing would end the snapshot.
-    if (!snapshot && (held || QThread::currentThread()->loopLevel() > 0)) {
-        snapshot = database.handle.transaction();
-        if (!held)
-            QMetaObject::invokeMethod(
-                &turn, [this] { endSnapshot(); }, Qt::QueuedConnection);
-    }
-    return !failed;
+    session.reset(); // whose name and files are free then
+    session = std::make_unique<Session>(location.driver, location.fileName);
+    const bool opened = location.isFile() ? openFile(error) : location.connect(session->database, use, error);
+    if (opened && session->prepare(error))
+        return true;
+    session.reset();
+    return false;
 }
 
-bool ZQCONNECTION::reopen(QString *error)
+bool ZQCONNECTION::openFile(QString *error)
 {
-    for (QSqlQuery *const query : {&outputs, &publications, &ids, &jobs, &books})
-        *query = QSqlQuery();
-    database.handle.close();
-    if (openFile(QString(file), error))
+    const QFileInfo there(location.fileName);
+    if (there.exists() && !there.isFile() && !there.isDir()) // opening a pipe would wait
+        return fail(error, QStringLiteral("not a regular file"));
+    QFile content(location.fileName); // gives better reasons than the driver
+    if (!content.open(QIODevice::ReadOnly))
+        return fail(error, content.errorString());
+    stateBefore = FileState(location.fileName);
+    // A reader of a database with a write-ahead log makes one, and leaves it behind if it must not write. As long as
+    // there is none, nobody writes, and the file can be read as if it were on a read-only medium.
+    frozen = isLogged(content) && !stateBefore.logged;
+    QSqlDatabase &handle = session->database.handle;
+    QString options = QStringLiteral("QSQLITE_OPEN_READONLY");
+    if (frozen) {
+        handle.setDatabaseName(QString::fromLatin1(QUrl::fromLocalFile(there.absoluteFilePath()).toEncoded())
+                               + QStringLiteral("?immutable=1"));
+        options += QStringLiteral(";QSQLITE_OPEN_URI");
+    }
+    handle.setConnectOptions(options);
+    return handle.open() || fail(error, reasonOf(handle.lastError()));
+}
+
+bool ZQCONNECTION::begin(QString *error)
+{
+    if (snapshot)
+        return !failed;
+    // Without an event loop nothing would end the snapshot.
+    snapshot = held || QThread::currentThread()->loopLevel() > 0;
+    const bool ok = (!isOutdated() || open(error)) && (!snapshot || beginTransaction(error));
+    failed = snapshot && !ok;
+    if (snapshot && !held)
+        QMetaObject::invokeMethod(
+            &turn, [this] { endSnapshot(); }, Qt::QueuedConnection);
+    return ok;
+}
+
+bool ZQCONNECTION::beginTransaction(QString *error)
+{
+    if (session->database.handle.transaction())
         return true;
-    database.handle.close();
-    return false;
+    // A server that was started anew since the last question is noticed only now.
+    if (!session->database.handle.isOpen() && open(error) && session->database.handle.transaction())
+        return true;
+    return session ? fail(error, reasonOf(session->database.handle.lastError())) : false;
 }
 
 QString ZQCONNECTION::end(const QString &reason)
 {
-    const bool changed = frozen && !FileState(file).hasContentOf(stateBefore);
+    const bool changed = frozen && !FileState(location.fileName).hasContentOf(stateBefore);
     QString result = reason.isEmpty() && changed ? QStringLiteral("changed while it was read") : reason;
     failed = snapshot && !result.isEmpty();
+    // A server's last word comes before the end of the connection, which only the next statement finds.
+    if (!result.isEmpty() && !snapshot)
+        rollBack();
     return result;
 }
 
 bool ZQCONNECTION::isOutdated() const
 {
-    if (!database.handle.isOpen()) // an attempt to reopen it has failed
+    if (!session || !session->database.handle.isOpen())
         return true;
     if (!frozen)
         return false;
-    const FileState state(file);
+    const FileState state(location.fileName);
     return state.logged || !state.hasContentOf(stateBefore);
 }
 
 void ZQCONNECTION::endSnapshot()
 {
-    database.handle.rollback();
+    rollBack();
     snapshot = false;
     failed = false;
+}
+
+void ZQCONNECTION::rollBack()
+{
+    if (session && session->database.handle.isOpen())
+        session->database.handle.rollback();
 }

@@ -5,25 +5,37 @@
 #define STANDIN_CONNECTION_P_H
 
 #include "database_p.h"
+#include "location_p.h"
 
 #include <QDateTime>
 #include <QObject>
 #include <QSqlQuery>
 #include <QString>
 
+#include <memory>
+
 /** An open database with the queries of the command server. */
-struct ZQCONNECTION {
-    /** \a location as messages may show it. */
-    ZQCONNECTION(const QString &location, const QString &driver, const QString &databaseName);
+struct Session {
+    Session(const QString &driver, const QString &databaseName) : database(driver, databaseName) { }
 
-    /** Opens the SQLite file, which is only read and leaves no file beside it. */
-    bool openFile(const QString &fileName, QString *error);
-
-    /** Opens the database as it is set and prepares the queries. */
-    bool open(QString *error);
-
-    /** Prepares the queries. */
+    /** Checks the version of the tables of the open database and prepares the queries. */
     bool prepare(QString *error);
+
+    QSqlQuery outputs;
+    QSqlQuery publications;
+    QSqlQuery ids;
+    QSqlQuery jobs;
+    QSqlQuery books;
+    Database database; ///< is destroyed first
+};
+
+/** A store that is read, over one session after another when files change and servers come back. */
+struct ZQCONNECTION {
+    /** \a shownLocation as messages may show it. */
+    ZQCONNECTION(const QString &shownLocation, const Location &location);
+
+    /** Makes a new session. An SQLite file is only read, and no file is left beside it. */
+    bool open(QString *error);
 
     /**
      * Begins a call. Where an event loop runs, the calls of one of its turns read one snapshot. False with the reason
@@ -34,14 +46,11 @@ struct ZQCONNECTION {
     /** Ends a call. Returns \a reason, or why what was read is not to be trusted; from then on the snapshot fails. */
     QString end(const QString &reason);
 
-    const QString location;
-    Database database;
+    const QString shownLocation;
+    const Location location;
+    Location::Use use = Location::Questions;
+    std::unique_ptr<Session> session; ///< null until it is opened, and when that has failed
     bool held = false; ///< one snapshot serves all calls
-    QSqlQuery outputs;
-    QSqlQuery publications;
-    QSqlQuery ids;
-    QSqlQuery jobs;
-    QSqlQuery books;
 
 private:
     /** What tells whether somebody has written to a file. */
@@ -55,14 +64,15 @@ private:
         bool logged = false; ///< what was written last is in a file beside it
     };
 
+    bool openFile(QString *error);
     bool isOutdated() const;
-    bool reopen(QString *error);
+    bool beginTransaction(QString *error);
     void endSnapshot();
+    void rollBack();
 
     QObject turn; ///< receives the end of the event loop's turn
     bool snapshot = false;
     bool failed = false; ///< a call of the snapshot
-    QString file;
     bool frozen = false; ///< the file is read as if nobody could write to it
     FileState stateBefore; ///< of the file when it was opened
 };

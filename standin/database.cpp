@@ -4,10 +4,11 @@
 #include "database_p.h"
 
 #include <QFile>
+#include <QRegularExpression>
 #include <QSqlError>
 #include <QSqlQuery>
-#include <QStringList>
 
+#include <algorithm>
 #include <atomic>
 
 // The macro declares a function of the global namespace.
@@ -36,23 +37,41 @@ QString Database::makeName()
 
 bool Database::executeScript(const QString &fileName, QString *error)
 {
+    const QStringList statements = statementsOf(fileName);
+    return std::all_of(statements.begin(), statements.end(),
+                       [&](const QString &statement) { return execute(statement, error); });
+}
+
+bool Database::execute(const QString &statement, QString *error)
+{
+    QSqlQuery query(handle);
+    return query.exec(statement) || fail(error, reasonOf(query.lastError()));
+}
+
+QString scriptOf(const QString &fileName)
+{
     initResources();
     QFile file(QStringLiteral(":/standin/") + fileName);
-    if (!file.open(QIODevice::ReadOnly))
-        return fail(error, file.errorString());
-    const QStringList statements = QString::fromUtf8(file.readAll()).split(QStringLiteral(";\n"));
-    QSqlQuery query(handle);
-    for (const QString &statement : statements) {
-        if (!statement.trimmed().isEmpty() && !query.exec(statement))
-            return fail(error, reasonOf(query.lastError()));
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
+QStringList statementsOf(const QString &fileName)
+{
+    static const QRegularExpression comment(QStringLiteral("^--.*\n"), QRegularExpression::MultilineOption);
+    QStringList statements;
+    for (const QString &part : scriptOf(fileName).remove(comment).split(QStringLiteral(";\n"))) {
+        if (!part.trimmed().isEmpty())
+            statements << part.trimmed();
     }
-    return true;
+    return statements;
 }
 
 QString reasonOf(const QSqlError &error)
 {
-    const QString reason = error.databaseText().isEmpty() ? error.driverText() : error.databaseText();
-    return reason.simplified();
+    // Servers add hints and places in further lines.
+    QString reason = error.databaseText().isEmpty() ? error.driverText() : error.databaseText();
+    reason = reason.trimmed().section(QLatin1Char('\n'), 0, 0).simplified();
+    return reason.startsWith(QLatin1String("ERROR: ")) ? reason.mid(7) : reason;
 }
 
 bool fail(QString *error, const QString &reason)

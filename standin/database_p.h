@@ -6,10 +6,14 @@
 
 #include <QSqlDatabase>
 #include <QString>
+#include <QStringList>
 
 class QSqlError;
 
-/** One database connection under a name of its own, closed and removed with this object. Destroy queries before. */
+/**
+ * One database connection under a name of its own, closed and removed with this object. Destroy it before its queries:
+ * those of a lost connection would complain that they cannot tell the server of their end.
+ */
 class Database
 {
 public:
@@ -20,6 +24,9 @@ public:
     /** Executes the statements of the resource \a fileName; false and the reason in \a error when one fails. */
     bool executeScript(const QString &fileName, QString *error);
 
+    /** Executes \a statement; false and the reason in \a error when it fails. */
+    bool execute(const QString &statement, QString *error);
+
     QSqlDatabase handle;
 
 private:
@@ -27,6 +34,12 @@ private:
 
     const QString name;
 };
+
+/** Returns the text of the resource \a fileName. */
+QString scriptOf(const QString &fileName);
+
+/** Returns the statements of the resource \a fileName, without comments. */
+QStringList statementsOf(const QString &fileName);
 
 /** Returns the reason in one line. */
 QString reasonOf(const QSqlError &error);

@@ -3,7 +3,14 @@
 
 -- The record store of a print shop. Every record has an id, unique over all tables, by which records refer to each
 -- other, and a key of two unsigned 32-bit numbers, unique over all tables, by which it is asked for. Names are never
--- empty. A semicolon at the end of a line ends a statement.
+-- empty. A semicolon at the end of a line ends a statement, and a line that begins with two hyphens is a comment.
+
+-- Which form the tables have: this one is version 1. One row.
+CREATE TABLE store (
+    version INTEGER NOT NULL
+);
+
+INSERT INTO store (version) VALUES (1);
 
 -- Devices that print. state: 0 stopped, 1 running. speed: pages a minute. resolution: dots an inch.
 CREATE TABLE outputs (
@@ -63,7 +70,3 @@ CREATE TABLE books (
     cover VARCHAR(200) NOT NULL,
     keywords VARCHAR(200) NOT NULL
 );
-
-CREATE INDEX jobs_in_order ON jobs (output, queue, arrived, id);
-
-CREATE INDEX books_in_order ON books (publication, id);

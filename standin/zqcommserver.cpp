@@ -6,9 +6,7 @@
 #include "connection_p.h"
 #include "recordbuilder_p.h"
 
-#include <QRegularExpression>
 #include <QSqlError>
-#include <QUrl>
 #include <QVariant>
 
 #include <cstdio>
@@ -21,7 +19,7 @@ unsigned int failedCalls = 0;
 void report(const ZQCONNECTION *connection, const char *call, const QString &reason)
 {
     ++failedCalls;
-    const QString place = connection ? connection->location + QStringLiteral(": ") : QString();
+    const QString place = connection ? connection->shownLocation + QStringLiteral(": ") : QString();
     ZQReport()(place + QLatin1String(call) + QStringLiteral(" failed: ") + reason);
 }
 
@@ -68,7 +66,7 @@ ZQLIST_ELEMENT *brokenEntries = nullptr; // what was given together with an erro
 
 /** Returns what the query \a member of \a connection gives for \a values; sets the error of \a commands. */
 template <typename MakeRecord>
-ZQLIST_ELEMENT *fetch(ZQCONNECTION *connection, QSqlQuery ZQCONNECTION::*member, const QVariantList &values,
+ZQLIST_ELEMENT *fetch(ZQCONNECTION *connection, QSqlQuery Session::*member, const QVariantList &values,
                       const char *call, ZQLPCOMMANDS &commands, PACKETDATATYPES type, MakeRecord make)
 {
     if (!connection)
@@ -78,7 +76,7 @@ ZQLIST_ELEMENT *fetch(ZQCONNECTION *connection, QSqlQuery ZQCONNECTION::*member,
         return refuse(connection, commands, call, reason);
     if (ZQFaults().emptyChains)
         return nullptr;
-    QSqlQuery &query = connection->*member;
+    QSqlQuery &query = connection->session.get()->*member;
     execute(query, values);
     ZQLIST_ELEMENT *head = makeChain(query, make);
     reason = finish(*connection, query);
@@ -109,26 +107,7 @@ QVariantList valuesOf(const ZQKEY_ELEMENT &key)
     return {static_cast<qint64>(key.key), static_cast<qint64>(key.hkey)};
 }
 
-bool openRemote(ZQCONNECTION &connection, const QUrl &url, QString *error)
-{
-    QSqlDatabase &database = connection.database.handle;
-    database.setHostName(url.host());
-    database.setPort(url.port());
-    database.setUserName(url.userName());
-    database.setPassword(url.password());
-    return connection.open(error);
-}
-
 } // namespace
-
-QString ZQPublicName(const QString &location)
-{
-    // Whatever a password holds, its end is before the host.
-    static const QRegularExpression password(QStringLiteral("(://[^:/@]*):.*@"),
-                                             QRegularExpression::DotMatchesEverythingOption);
-    QString name = location;
-    return name.replace(password, QStringLiteral("\\1:***@"));
-}
 
 ZQREPORT &ZQReport()
 {
@@ -140,41 +119,29 @@ ZQREPORT &ZQReport()
 
 ZQCONNECTION *ZQOpenStore(const QString &location, QString *error)
 {
-    const QUrl url = location.contains(QLatin1String("://")) ? QUrl(location) : QUrl();
-    const bool isFile = !location.contains(QLatin1String("://"));
-    const QString driver = isFile ? QStringLiteral("QSQLITE") : url.scheme().toUpper();
-    if (!isFile && !url.isValid()) {
-        fail(error, QStringLiteral("not a URL"));
+    const auto read = Location::read(location, error);
+    if (!read)
         return nullptr;
-    }
-    if (!QSqlDatabase::isDriverAvailable(driver)) {
-        fail(error, QStringLiteral("no database driver %1").arg(driver));
-        return nullptr;
-    }
-    const QString fileName = isFile ? location : url.path();
-    auto connection = std::make_unique<ZQCONNECTION>(ZQPublicName(location), driver, url.path().mid(1));
-    bool ok = false;
-    if (driver != QLatin1String("QSQLITE"))
-        ok = openRemote(*connection, url, error);
-    else if (fileName.isEmpty() || !url.host().isEmpty())
-        fail(error, QStringLiteral("names no file: a path follows three slashes"));
-    else
-        ok = connection->openFile(fileName, error);
-    return ok ? connection.release() : nullptr;
+    auto connection = std::make_unique<ZQCONNECTION>(ZQPublicName(location), *read);
+    return connection->open(error) ? connection.release() : nullptr;
 }
 
 ZQCONNECTION *ZQOpenSampleStore(QString *error)
 {
-    auto sample =
-        std::make_unique<ZQCONNECTION>(QStringLiteral("sample"), QStringLiteral("QSQLITE"), QStringLiteral(":memory:"));
-    Database &database = sample->database;
+    Location memory;
+    memory.driver = QStringLiteral("QSQLITE");
+    auto sample = std::make_unique<ZQCONNECTION>(QStringLiteral("sample"), memory);
+    sample->session = std::make_unique<Session>(memory.driver, QStringLiteral(":memory:"));
+    Database &database = sample->session->database;
     if (!database.handle.open()) {
         fail(error, reasonOf(database.handle.lastError()));
         return nullptr;
     }
-    const bool ok = database.executeScript(QStringLiteral("schema.sql"), error)
-        && database.executeScript(QStringLiteral("sample.sql"), error) && sample->prepare(error);
-    return ok ? sample.release() : nullptr;
+    for (const char *const script : {"schema.sql", "sample.sql", "indexes.sql"}) {
+        if (!database.executeScript(QLatin1String(script), error))
+            return nullptr;
+    }
+    return sample->session->prepare(error) ? sample.release() : nullptr;
 }
 
 void ZQHoldSnapshot(ZQCONNECTION *connection)
@@ -200,7 +167,7 @@ ZQLIST_ELEMENT *ZQCommServer::getDBList(ZQLPCOMMANDS &commands, BM_MESSAGE_ID &m
     if (listType != OUTPUT_LIST_TYPE && listType != BOOK_LIST_TYPE)
         return refuse(connection, commands, "getDBList",
                       QStringLiteral("no list of type %1").arg(static_cast<unsigned int>(listType)));
-    const auto query = listType == OUTPUT_LIST_TYPE ? &ZQCONNECTION::outputs : &ZQCONNECTION::publications;
+    const auto query = listType == OUTPUT_LIST_TYPE ? &Session::outputs : &Session::publications;
     return fetch(connection, query, {}, "getDBList", commands, DBLIST_ENTRY_TYPE, makeEntry);
 }
 
@@ -215,7 +182,7 @@ ZQLIST_ELEMENT *ZQCommServer::getBooks(ZQLPCOMMANDS &commands, BM_MESSAGE_ID &me
     begin(commands, messageId);
     if (sortType != SORT_ARRIVAL || sortOrder != SORT_ASCENDING)
         return refuse(connection, commands, "getBooks", noSuchOrder);
-    return fetch(connection, &ZQCONNECTION::books, valuesOf(key), "getBooks", commands, BOOK_TYPE, makeBook);
+    return fetch(connection, &Session::books, valuesOf(key), "getBooks", commands, BOOK_TYPE, makeBook);
 }
 
 int ZQCommServer::getidfromzqkey(const ZQKEY_ELEMENT &key)
@@ -223,9 +190,10 @@ int ZQCommServer::getidfromzqkey(const ZQKEY_ELEMENT &key)
     QString reason;
     int id = 0;
     if (connection && connection->begin(&reason)) {
-        execute(connection->ids, valuesOf(key) + valuesOf(key));
-        id = connection->ids.next() ? connection->ids.value(0).toInt() : 0;
-        reason = finish(*connection, connection->ids);
+        QSqlQuery &query = connection->session->ids;
+        execute(query, valuesOf(key) + valuesOf(key));
+        id = query.next() ? query.value(0).toInt() : 0;
+        reason = finish(*connection, query);
     }
     if (!reason.isEmpty())
         report(connection, "getidfromzqkey", reason);
@@ -238,6 +206,6 @@ ZQLIST_ELEMENT *ZQCommServer::getJobqueue(ZQLPCOMMANDS &commands, BM_MESSAGE_ID 
     begin(commands, messageId);
     if (sortType != SORT_ARRIVAL || sortOrder != SORT_ASCENDING)
         return refuse(connection, commands, "getJobqueue", noSuchOrder);
-    return fetch(connection, &ZQCONNECTION::jobs, {id, static_cast<unsigned int>(queue)}, "getJobqueue", commands,
-                 JOB_TYPE, makeJob);
+    return fetch(connection, &Session::jobs, {id, static_cast<unsigned int>(queue)}, "getJobqueue", commands, JOB_TYPE,
+                 makeJob);
 }

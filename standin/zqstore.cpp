@@ -3,15 +3,18 @@
 
 #include "standin/zqstandin.h"
 
+#include "connection_p.h"
 #include "database_p.h"
+#include "location_p.h"
+#include "storewriter_p.h"
 
-#include <QFile>
 #include <QSqlError>
-#include <QSqlQuery>
 #include <QVariant>
 
-#include <initializer_list>
+#include <algorithm>
+#include <iterator>
 #include <limits>
+#include <memory>
 
 namespace {
 
@@ -61,109 +64,141 @@ constexpr unsigned int publicationHkey = 0x20;
 constexpr unsigned int jobHkey = 0x30;
 constexpr unsigned int bookHkey = 0x40;
 
-QString text(const char *utf8)
-{
-    return QString::fromUtf8(utf8);
-}
-
 quint64 totalOf(const ZQSTORESIZE &size)
 {
     return static_cast<quint64>(size.outputs) + size.publications + size.jobs + size.books;
 }
 
-class StoreWriter
+/** Calls back now and then with how much is written. */
+class Counter
 {
 public:
-    StoreWriter(Database &database, const ZQSTORESIZE &storeSize, const ZQPROGRESS &callback)
-        : query(database.handle), size(storeSize), progress(callback), random(size.seed),
+    Counter(const ZQPROGRESS &callback, quint64 rows) : progress(callback), total(rows) { }
+
+    void count()
+    {
+        if (++written % 4096 == 0 && progress)
+            progress(written, total);
+    }
+
+private:
+    const ZQPROGRESS &progress;
+    const quint64 total;
+    quint64 written = 0;
+};
+
+/** Writes generated records. */
+class RecordWriter
+{
+public:
+    RecordWriter(StoreWriter &storeWriter, const ZQSTORESIZE &storeSize, const ZQPROGRESS &progress)
+        : writer(storeWriter), size(storeSize), counter(progress, totalOf(storeSize)), random(size.seed),
           firstPublication(size.outputs + 1ull), firstJob(firstPublication + size.publications),
           firstBook(firstJob + size.jobs)
     {
     }
 
-    bool write(QString *error)
+    bool write()
     {
-        if (writeOutputs() && writePublications() && writeJobs() && writeBooks())
-            return true;
-        return fail(error, reasonOf(query.lastError()));
+        return writeOutputs() && writePublications() && writeJobs() && writeBooks();
     }
 
 private:
-    bool prepare(const char *table, int columns)
-    {
-        return query.prepare(QStringLiteral("INSERT INTO %1 VALUES (?%2)")
-                                 .arg(QLatin1String(table), QStringLiteral(", ?").repeated(columns - 1)));
-    }
-
-    bool insert(quint64 id, unsigned int hkey, const QString &name, std::initializer_list<QVariant> others)
+    void begin(quint64 id, unsigned int hkey, const QByteArray &name)
     {
         // The factor is odd, so no two ids below 2^32 share a key.
-        const QVariant first[] = {id, static_cast<quint64>(static_cast<quint32>(id * 2654435761u)),
-                                  static_cast<quint64>(hkey), name};
-        int column = 0;
-        for (const QVariant &value : first)
-            query.bindValue(column++, value);
-        for (const QVariant &value : others)
-            query.bindValue(column++, value);
-        if (progress && ++written % 4096 == 0)
-            progress(written, totalOf(size));
-        return query.exec();
+        add(id, static_cast<quint32>(id * 2654435761u), hkey);
+        writer.addText(name);
+    }
+
+    bool end()
+    {
+        counter.count();
+        return writer.endRow();
+    }
+
+    template <typename... Number>
+    void add(Number... numbers)
+    {
+        (writer.addNumber(static_cast<qint64>(numbers)), ...);
     }
 
     // What is drawn is drawn one by one: the order in which a call's arguments are made is the compiler's choice.
     template <std::size_t count>
-    QString makeName(const char *const (&words)[count], quint64 index)
+    QByteArray makeName(const char *const (&words)[count], quint64 index)
     {
-        const QString word = text(random.pick(words));
-        const QString place = text(random.pick(places));
-        return word + QLatin1Char(' ') + place + QLatin1Char(' ') + QString::number(index + 1);
+        const QByteArray word = random.pick(words);
+        const QByteArray place = random.pick(places);
+        return word + ' ' + place + ' ' + QByteArray::number(index + 1);
     }
 
     bool writeOutputs()
     {
-        bool ok = prepare("outputs", 7);
+        bool ok = writer.beginTable(storeTables[0]);
         for (quint64 i = 0; ok && i < size.outputs; ++i) {
-            const QString name = makeName(machines, i);
-            ok = insert(1 + i, outputHkey, name,
-                        {random.below(8) != 0 ? 1 : 0, 20 + random.below(200), 600 * (1 + random.below(4))});
+            begin(1 + i, outputHkey, makeName(machines, i));
+            add(random.below(8) != 0 ? 1 : 0);
+            add(20 + random.below(200));
+            add(600 * (1 + random.below(4)));
+            ok = end();
         }
         return ok;
     }
 
     bool writePublications()
     {
-        bool ok = prepare("publications", 4);
-        for (quint64 i = 0; ok && i < size.publications; ++i)
-            ok = insert(firstPublication + i, publicationHkey, makeName(things, i), {});
+        bool ok = writer.beginTable(storeTables[1]);
+        for (quint64 i = 0; ok && i < size.publications; ++i) {
+            begin(firstPublication + i, publicationHkey, makeName(things, i));
+            ok = end();
+        }
         return ok;
     }
 
     bool writeJobs()
     {
-        bool ok = prepare("jobs", 16);
+        bool ok = writer.beginTable(storeTables[2]);
         for (quint64 i = 0; ok && i < size.jobs; ++i) {
-            const Place place = placeOf(i);
-            const QString name = place.page > 0 ? QStringLiteral("Seite %1").arg(place.page) : makeName(things, i);
-            // Unlike a call's arguments, the values of a list are made in their order. Neighbours arrive in an order
-            // that is not that of their ids.
-            ok = insert(firstJob + i, jobHkey, name,
-                        {place.page > 0 ? QVariant(place.publication) : QVariant(), place.page, random.pick(queues),
-                         place.output, 1772409600 + (i ^ 0x155) * 7 + random.below(7), 10 * random.below(20),
-                         1 + random.below(120), 20000 + random.next() % 90000000, text(random.pick(papers)),
-                         text(random.pick(formats)), text(random.pick(inks)), QString::number(random.next(), 16)});
+            writeJob(i);
+            ok = end();
         }
         return ok;
     }
 
+    void writeJob(quint64 i)
+    {
+        const Place place = placeOf(i);
+        begin(firstJob + i, jobHkey, place.page > 0 ? "Seite " + QByteArray::number(place.page) : makeName(things, i));
+        if (place.page > 0)
+            add(place.publication);
+        else
+            writer.addNull();
+        add(place.page);
+        add(random.pick(queues));
+        add(place.output);
+        add(1772409600 + (i ^ 0x155) * 7 + random.below(7)); // neighbours arrive in an order that is not that of ids
+        add(10 * random.below(20));
+        add(1 + random.below(120));
+        add(20000 + random.next() % 90000000);
+        writer.addText(random.pick(papers));
+        writer.addText(random.pick(formats));
+        writer.addText(random.pick(inks));
+        writer.addText(QByteArray::number(random.next(), 16));
+    }
+
     bool writeBooks()
     {
-        bool ok = prepare("books", 11);
+        bool ok = writer.beginTable(storeTables[3]);
         for (quint64 i = 0; ok && i < size.books; ++i) {
-            const QString name = makeName(things, i);
-            ok = insert(firstBook + i, bookHkey, name,
-                        {firstPublication + i % size.publications, 4 + 4 * random.below(40), 8 << random.below(3),
-                         100 * (1 + random.below(1000)), 1000ll * random.below(900) - 50000, text(random.pick(covers)),
-                         text(random.pick(keywords))});
+            begin(firstBook + i, bookHkey, makeName(things, i));
+            add(firstPublication + i % size.publications);
+            add(4 + 4 * random.below(40));
+            add(8 << random.below(3));
+            add(100 * (1 + random.below(1000)));
+            add(1000ll * random.below(900) - 50000);
+            writer.addText(random.pick(covers));
+            writer.addText(random.pick(keywords));
+            ok = end();
         }
         return ok;
     }
@@ -190,53 +225,101 @@ private:
                 nth / size.publications * 32 + (within * 13 + group) % 32 + 1, output};
     }
 
-    QSqlQuery query;
+    StoreWriter &writer;
     const ZQSTORESIZE &size;
-    const ZQPROGRESS &progress;
+    Counter counter;
     Generator random;
     const quint64 firstPublication;
     const quint64 firstJob;
     const quint64 firstBook;
-    quint64 written = 0;
 };
 
-template <typename Call>
-bool fillStore(Database &database, QString *error, Call fillTables)
+/** Makes the store \a place with what \a fill writes; the reason in \a error when that fails. */
+template <typename Fill>
+bool makeStore(const QString &place, ZQEXISTING existing, QString *error, Fill fill)
 {
-    QSqlDatabase &handle = database.handle;
-    if (!handle.open())
-        return fail(error, reasonOf(handle.lastError()));
-    // A file that is not finished is thrown away, so there is nothing that a journal on disk could save.
-    QSqlQuery pragma(handle);
-    if (!pragma.exec(QStringLiteral("PRAGMA journal_mode = MEMORY")))
-        return fail(error, reasonOf(pragma.lastError()));
-    pragma.finish();
-    if (!handle.transaction())
-        return fail(error, reasonOf(handle.lastError()));
-    if (!database.executeScript(QStringLiteral("schema.sql"), error) || !fillTables(database))
+    const auto location = Location::read(place, error);
+    if (!location)
         return false;
-    return handle.commit() || fail(error, reasonOf(handle.lastError()));
+    const std::unique_ptr<StoreWriter> writer = StoreWriter::make(*location, existing, error);
+    return writer && ((writer->begin() && fill(*writer) && writer->commit()) || fail(error, writer->error()));
 }
 
-/** Makes the file \a file and calls \a fillTables in one transaction. */
+/** Calls \a take with each row that \a statement gives, as long as it wants more. */
 template <typename Call>
-bool createStore(const QString &file, QString *error, Call fillTables)
+bool ask(const Database &database, const QString &statement, Call take, QString *error)
 {
-    QFile newFile(file); // keeps what exists, and gives better reasons than the driver
-    if (!newFile.open(QIODevice::WriteOnly | QIODevice::NewOnly))
-        return fail(error, newFile.errorString());
-    newFile.close();
-    Database database(QStringLiteral("QSQLITE"), file);
-    if (fillStore(database, error, fillTables))
-        return true;
-    database.handle.close();
-    newFile.remove();
-    return false;
+    QSqlQuery query(database.handle);
+    query.setForwardOnly(true);
+    query.exec(statement);
+    bool more = true;
+    while (more && query.next())
+        more = take(query);
+    return !query.lastError().isValid() || fail(error, reasonOf(query.lastError()));
+}
+
+/** Counts the records of \a database. */
+bool count(const Database &database, ZQSTORESIZE &size, QString *error)
+{
+    unsigned int *const numbers[] = {&size.outputs, &size.publications, &size.jobs, &size.books};
+    for (std::size_t i = 0; i < std::size(storeTables); ++i) {
+        const auto take = [&](const QSqlQuery &row) {
+            *numbers[i] = row.value(0).toUInt();
+            return true;
+        };
+        const QString statement = QStringLiteral("SELECT count(*) FROM ") + QLatin1String(storeTables[i].name);
+        if (!ask(database, statement, take, error))
+            return false;
+    }
+    return true;
+}
+
+void copyValue(const QVariant &value, StoreWriter &writer)
+{
+    bool isNumber = false;
+    const qint64 number = value.userType() == QMetaType::QString ? 0 : value.toLongLong(&isNumber);
+    if (value.isNull())
+        writer.addNull();
+    else if (isNumber)
+        writer.addNumber(number);
+    else
+        writer.addText(value.toString().toUtf8());
+}
+
+/** Copies a table; false with the reason in \a error when it cannot be read, without one when it cannot be written. */
+bool copyTable(const Database &source, const Table &table, StoreWriter &writer, Counter &counter, QString *error)
+{
+    bool ok = writer.beginTable(table);
+    const auto copyRow = [&](const QSqlQuery &row) {
+        for (int column = 0; ok && column < table.count; ++column)
+            copyValue(row.value(column), writer);
+        counter.count();
+        ok = ok && writer.endRow();
+        return ok;
+    };
+    return ask(source,
+               QStringLiteral("SELECT %1 FROM %2 ORDER BY id")
+                   .arg(QLatin1String(table.columns), QLatin1String(table.name)),
+               copyRow, error)
+        && ok;
+}
+
+/** Opens a store to read it as a whole, in one snapshot. */
+std::unique_ptr<ZQCONNECTION> openWhole(const QString &place, QString *error)
+{
+    const auto location = Location::read(place, error);
+    if (!location)
+        return nullptr;
+    auto connection = std::make_unique<ZQCONNECTION>(ZQPublicName(place), *location);
+    connection->use = Location::Reading;
+    connection->held = true;
+    return connection->open(error) && connection->begin(error) ? std::move(connection) : nullptr;
 }
 
 } // namespace
 
-bool ZQCreateStore(const QString &file, const ZQSTORESIZE &size, const ZQPROGRESS &progress, QString *error)
+bool ZQCreateStore(const QString &location, const ZQSTORESIZE &size, const ZQPROGRESS &progress, QString *error,
+                   ZQEXISTING existing)
 {
     if (size.jobs > 0 && size.outputs == 0)
         return fail(error, QStringLiteral("jobs need an output"));
@@ -244,13 +327,59 @@ bool ZQCreateStore(const QString &file, const ZQSTORESIZE &size, const ZQPROGRES
         return fail(error, QStringLiteral("books need a publication"));
     if (totalOf(size) > static_cast<quint64>(std::numeric_limits<int>::max()))
         return fail(error, QStringLiteral("more records than there are ids"));
-    return createStore(file, error,
-                       [&](Database &database) { return StoreWriter(database, size, progress).write(error); });
+    return makeStore(location, existing, error,
+                     [&](StoreWriter &writer) { return RecordWriter(writer, size, progress).write(); });
 }
 
-bool ZQCreateSampleStore(const QString &file, QString *error)
+bool ZQCreateSampleStore(const QString &location, QString *error, ZQEXISTING existing)
 {
-    return createStore(file, error, [error](Database &database) {
-        return database.executeScript(QStringLiteral("sample.sql"), error);
-    });
+    return makeStore(location, existing, error,
+                     [](StoreWriter &writer) { return writer.executeScript(QStringLiteral("sample.sql")); });
+}
+
+bool ZQCopyStore(const QString &from, const QString &to, const ZQPROGRESS &progress, QString *error,
+                 ZQEXISTING existing)
+{
+    QString unreadable;
+    const std::unique_ptr<ZQCONNECTION> source = openWhole(from, &unreadable);
+    ZQSTORESIZE size;
+    bool ok = source && count(source->session->database, size, &unreadable);
+    Counter counter(progress, totalOf(size));
+    const auto copyTables = [&](StoreWriter &writer) {
+        const bool read = std::all_of(std::begin(storeTables), std::end(storeTables), [&](const Table &table) {
+            return copyTable(source->session->database, table, writer, counter, &unreadable);
+        });
+        unreadable = source->end(unreadable);
+        return read && unreadable.isEmpty();
+    };
+    ok = ok && makeStore(to, existing, error, copyTables);
+    if (unreadable.isEmpty())
+        return ok;
+    return fail(error, QStringLiteral("cannot read %1: %2").arg(ZQPublicName(from), unreadable));
+}
+
+bool ZQCheckStore(const QString &location, ZQFINDINGS &findings, QString *error)
+{
+    const std::unique_ptr<ZQCONNECTION> connection = openWhole(location, error);
+    if (!connection)
+        return false;
+    const Database &database = connection->session->database;
+    const auto note = [&findings](const QSqlQuery &row) {
+        if (row.value(0).toLongLong() > 0)
+            findings.faults << row.value(1).toString() + QStringLiteral(": ") + row.value(0).toString();
+        return true;
+    };
+    QStringList checks = statementsOf(QStringLiteral("checks.sql"));
+    if (connection->location.isFile())
+        checks.prepend(QStringLiteral("SELECT count(*), 'damaged places' FROM pragma_quick_check"
+                                      " WHERE quick_check <> 'ok'"));
+    QString reason;
+    for (const QString &check : checks) {
+        if (reason.isEmpty())
+            ask(database, check, note, &reason);
+    }
+    if (reason.isEmpty())
+        count(database, findings.counted, &reason);
+    reason = connection->end(reason);
+    return reason.isEmpty() || fail(error, reason);
 }

@@ -146,6 +146,14 @@ std::optional<int> parseCommandLine(QCommandLineParser &parser)
     return std::nullopt;
 }
 
+void hidePasswords(char **arguments)
+{
+    for (char **argument = arguments; *argument; ++argument) {
+        if (char *const end = std::strstr(*argument, "://"))
+            std::fill(end + 3, end + std::strlen(end), '*');
+    }
+}
+
 QString readNumber(const QCommandLineParser &parser, const QString &option, unsigned int smallest, unsigned int largest,
                    unsigned int &number)
 {

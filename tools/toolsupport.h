@@ -24,6 +24,12 @@ void prepareTool(const char *name);
 /** Parses the command line. Returns the exit status when that is all there is to do: help, version, an error. */
 std::optional<int> parseCommandLine(QCommandLineParser &parser);
 
+/**
+ * Blanks out what follows "://" in the arguments, which lists of processes show and where passwords may stand. To be
+ * called once they are parsed.
+ */
+void hidePasswords(char **arguments);
+
 /** Reads the option \a option, if it is there, as \a number; returns what is wrong with it, or nothing. */
 QString readNumber(const QCommandLineParser &parser, const QString &option, unsigned int smallest, unsigned int largest,
                    unsigned int &number);

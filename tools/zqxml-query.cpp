@@ -199,6 +199,7 @@ int main(int argc, char *argv[])
     addArguments(parser);
     if (const auto status = parseCommandLine(parser))
         return *status;
+    hidePasswords(argv);
     Query query;
     const QString wrong = readArguments(parser, query);
     return wrong.isEmpty() ? run(query) : fail(wrong, WrongUsage);

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The zqxml developers
 // SPDX-License-Identifier: MIT
 
-// Makes databases for the stand-in's command server.
+// Makes, checks and copies databases for the stand-in's command server.
 
 #include "progress.h"
 #include "toolsupport.h"
@@ -23,26 +23,17 @@
 namespace {
 
 struct Order {
-    QString file;
+    QString from; ///< the store to read, to be checked or copied
+    QString to; ///< the store to make
     bool sample = false;
     bool force = false;
     ZQSTORESIZE size;
 };
 
-/** Fills the order from the parsed command line; returns what is wrong with it, or nothing. */
-QString readArguments(const QCommandLineParser &parser, Order &order)
+/** Reads how much to generate; returns what is wrong with it, or nothing. */
+QString readSize(const QCommandLineParser &parser, Order &order, bool &sized)
 {
-    const QStringList words = parser.positionalArguments();
-    if (words.size() < 2 || words.at(0) != QLatin1String("create") || words.at(1).isEmpty())
-        return QStringLiteral("'create' and a file are needed");
-    if (words.size() > 2)
-        return QStringLiteral("'%1' is one word too many after the file").arg(words.at(2));
-    order.file = words.at(1);
-    order.force = parser.isSet(QStringLiteral("force"));
-    order.sample = parser.isSet(QStringLiteral("sample"));
-
     unsigned int seed = 1;
-    bool sized = false;
     const struct {
         QString option;
         unsigned int &number;
@@ -58,8 +49,39 @@ QString readArguments(const QCommandLineParser &parser, Order &order)
         sized = sized || parser.isSet(each.option);
     }
     order.size.seed = seed;
-    if (order.sample == sized)
+    return QString();
+}
+
+/** Fills the order from the parsed command line; returns what is wrong with it, or nothing. */
+QString readArguments(const QCommandLineParser &parser, Order &order)
+{
+    const QStringList words = parser.positionalArguments();
+    const QString action = words.value(0);
+    const bool creates = action == QLatin1String("create");
+    const bool copies = action == QLatin1String("copy");
+    if (!creates && !copies && action != QLatin1String("check"))
+        return QStringLiteral("one of create, check, copy is needed");
+    const int places = copies ? 2 : 1;
+    if (words.size() <= places || words.contains(QString()))
+        return QStringLiteral("%1 needs %2")
+            .arg(action, copies ? QStringLiteral("two stores") : QStringLiteral("a store"));
+    if (words.size() > places + 1)
+        return QStringLiteral("'%1' is one word too many").arg(ZQPublicName(words.at(places + 1)));
+    (creates ? order.to : order.from) = words.at(1);
+    if (copies)
+        order.to = words.at(2);
+    order.force = parser.isSet(QStringLiteral("force"));
+    order.sample = parser.isSet(QStringLiteral("sample"));
+    bool sized = false;
+    QString wrong = readSize(parser, order, sized);
+    if (!wrong.isEmpty())
+        return wrong;
+    if (creates && order.sample == sized)
         return QStringLiteral("either --sample or numbers of records are needed");
+    if (!creates && (order.sample || sized))
+        return QStringLiteral("--sample and numbers of records are for create");
+    if (order.force && order.to.isEmpty())
+        return QStringLiteral("--force is for create and copy");
     if (order.size.jobs > 0 && order.size.outputs == 0)
         return QStringLiteral("--jobs needs --outputs");
     if (order.size.books > 0 && order.size.publications == 0)
@@ -113,42 +135,71 @@ QString rename(const QString &from, const QString &to, bool overwrite)
 }
 
 /** Returns why the file must not be made or overwritten, or nothing. */
-QString findObstacle(const Order &order)
+QString findObstacle(const QString &file, bool force)
 {
-    const QFileInfo there(order.file);
+    const QFileInfo there(file);
     if (there.isSymLink() && !there.exists())
         return QStringLiteral("a symbolic link to a file that does not exist");
-    if (there.exists() && !order.force)
+    if (there.exists() && !force)
         return QStringLiteral("exists; --force would overwrite it");
     if (there.exists() && !there.isFile() && !there.isDir()) // a device must not be replaced by a file
         return QStringLiteral("not a regular file");
     return QString();
 }
 
-bool fillDraft(const QString &file, const Order &order, QString *error)
+/** Fills the store \a to, which may be a draft of the one ordered; returns why that failed, or nothing. */
+QString fill(const Order &order, const QString &to)
 {
-    if (order.sample)
-        return ZQCreateSampleStore(file, error);
     Progress progress;
     const auto showProgress = [&progress](unsigned long long done, unsigned long long total) {
         if (progress.isDue())
             progress.show(QStringLiteral("%1 of %2 records, %3 %").arg(done).arg(total).arg(done * 100 / total));
     };
-    return ZQCreateStore(file, order.size, showProgress, error);
+    const ZQEXISTING existing = order.force ? ZQ_REPLACE : ZQ_KEEP;
+    QString error;
+    const bool ok = !order.from.isEmpty() ? ZQCopyStore(order.from, to, showProgress, &error, existing)
+        : order.sample                    ? ZQCreateSampleStore(to, &error, existing)
+                                          : ZQCreateStore(to, order.size, showProgress, &error, existing);
+    return ok ? QString() : error;
 }
 
-int create(const Order &order)
+QString fillFile(const Order &order, const QString &file)
 {
-    QString error = findObstacle(order);
-    if (error.isEmpty()) {
-        // A symbolic link stays one: the file that it names is overwritten.
-        const QFileInfo there(order.file);
-        const QString target = there.isSymLink() ? there.canonicalFilePath() : order.file;
-        const Draft draft(target);
-        if (fillDraft(draft.file, order, &error))
-            error = rename(draft.file, target, order.force);
-    }
-    return error.isEmpty() ? Success : fail(order.file + QStringLiteral(": ") + error);
+    QString error = findObstacle(file, order.force);
+    if (!error.isEmpty())
+        return error;
+    // A symbolic link stays one: the file that it names is overwritten.
+    const QFileInfo there(file);
+    const QString target = there.isSymLink() ? there.canonicalFilePath() : file;
+    const Draft draft(target);
+    error = fill(order, draft.file);
+    return error.isEmpty() ? rename(draft.file, target, order.force) : error;
+}
+
+int make(const Order &order)
+{
+    const QString file = ZQFileOfStore(order.to);
+    const QString error = file.isEmpty() ? fill(order, order.to) : fillFile(order, file);
+    return error.isEmpty() ? Success : fail(ZQPublicName(order.to) + QStringLiteral(": ") + error);
+}
+
+int check(const Order &order)
+{
+    const QString name = ZQPublicName(order.from) + QStringLiteral(": ");
+    ZQFINDINGS findings;
+    QString error;
+    if (!ZQCheckStore(order.from, findings, &error))
+        return fail(name + error);
+    for (const QString &fault : findings.faults)
+        tell(name + fault);
+    const ZQSTORESIZE &counted = findings.counted;
+    const int status = printOut(QStringLiteral("%1 outputs, %2 publications, %3 jobs, %4 books\n")
+                                    .arg(counted.outputs)
+                                    .arg(counted.publications)
+                                    .arg(counted.jobs)
+                                    .arg(counted.books)
+                                    .toUtf8());
+    return findings.faults.isEmpty() ? status : Failure;
 }
 
 } // namespace
@@ -162,12 +213,14 @@ int main(int argc, char *argv[])
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(
-        "Makes a database that zqxml-query can ask, with the sample data or with generated records.\n\n"
-        "Equal numbers and seeds give equal records. The file appears when it is finished, or not at all."));
-    parser.addPositionalArgument(QStringLiteral("create"), QStringLiteral("Makes a database."),
-                                 QStringLiteral("create"));
-    parser.addPositionalArgument(QStringLiteral("file"), QStringLiteral("The SQLite file to make."),
-                                 QStringLiteral("FILE"));
+        "Makes, checks and copies stores that zqxml-query can ask.\n\n"
+        "A store is an SQLite file or a PostgreSQL database, qpsql://user@host/name. One is made with the sample data or\n"
+        "with generated records; equal numbers and seeds give equal records. It appears when it is finished, or not at\n"
+        "all."));
+    parser.addPositionalArgument(QStringLiteral("action"), QStringLiteral("create, check, or copy to a second store."),
+                                 QStringLiteral("create|check|copy"));
+    parser.addPositionalArgument(QStringLiteral("store"), QStringLiteral("A file or a URL."),
+                                 QStringLiteral("STORE [STORE]"));
     const QString number = QStringLiteral("N");
     parser.addOptions({{QStringLiteral("sample"), QStringLiteral("Fill it with the sample data.")},
                        {QStringLiteral("outputs"), QStringLiteral("How many outputs to generate."), number},
@@ -175,10 +228,13 @@ int main(int argc, char *argv[])
                        {QStringLiteral("jobs"), QStringLiteral("How many jobs to generate."), number},
                        {QStringLiteral("books"), QStringLiteral("How many books to generate."), number},
                        {QStringLiteral("seed"), QStringLiteral("Where the generator starts, 1 by default."), number},
-                       {QStringLiteral("force"), QStringLiteral("Overwrite the file.")}});
+                       {QStringLiteral("force"), QStringLiteral("Overwrite the store to make.")}});
     if (const auto status = parseCommandLine(parser))
         return *status;
+    hidePasswords(argv);
     Order order;
     const QString wrong = readArguments(parser, order);
-    return wrong.isEmpty() ? create(order) : fail(wrong, WrongUsage);
+    if (!wrong.isEmpty())
+        return fail(wrong, WrongUsage);
+    return order.to.isEmpty() ? check(order) : make(order);
 }

@@ -6,12 +6,8 @@
 
 #include <standin/zqstandin.h>
 
-#include <QCryptographicHash>
 #include <QSqlDatabase>
 #include <QTemporaryDir>
-#include <QUrl>
-
-Q_DECLARE_METATYPE(ZQSTORESIZE)
 
 class tst_Standin : public QObject
 {
@@ -25,33 +21,16 @@ private Q_SLOTS:
     void malformedText_data();
     void malformedText();
     void valuesCannotBreakTheFormat();
-    void stores_data();
-    void stores();
     void refusedSizes();
     void progress();
 
 private:
-    /** Returns the text of a chain, which it frees. */
-    static QByteArray textOf(ZQLIST_ELEMENT *chain, PACKETDATATYPES type)
-    {
-        QByteArray text;
-        for (const ZQLIST_ELEMENT *record = chain; record; record = record->next) {
-            unsigned int length = 0;
-            const std::unique_ptr<char, decltype(&std::free)> bytes(ZQWriteRecord(record, type, length), &std::free);
-            text.append(bytes.get(), static_cast<int>(length));
-        }
-        ZQPacketFreeList(&chain, type);
-        return text;
-    }
-
     QString path(const char *name) const
     {
         return directory->filePath(QLatin1String(name));
     }
 
     std::unique_ptr<QTemporaryDir> directory;
-    ZQLPCOMMANDS commands;
-    BM_MESSAGE_ID messageId;
 };
 
 void tst_Standin::init()
@@ -141,47 +120,6 @@ void tst_Standin::valuesCannotBreakTheFormat()
     QVERIFY(text.contains("\n17 2 x y\r\n")); // a null text is empty
     QVERIFY(text.contains("\nd pppppppppppppppp\nf 0\n"));
     QVERIFY(readPacketText(record, text));
-}
-
-void tst_Standin::stores_data()
-{
-    QTest::addColumn<ZQSTORESIZE>("size"); // the sample for none
-    QTest::addColumn<QByteArray>("hash"); // of the text of all records, which does not change unnoticed
-    QTest::newRow("the sample") << ZQSTORESIZE() << QByteArray("648ce6a3f54bae75068313ed8b4618bc");
-    QTest::newRow("seed 1") << ZQSTORESIZE{3, 5, 900, 7, 1} << QByteArray("45033e8ecc84e469f9070b58452e223c");
-    QTest::newRow("seed 2") << ZQSTORESIZE{3, 5, 900, 7, 2} << QByteArray("e89b1fb797e8f49e684d3059e7bf042d");
-    QTest::newRow("jobs that all stand alone")
-        << ZQSTORESIZE{2, 0, 40, 0, 1} << QByteArray("f75fe1aad604123b500f2eae003ab408");
-}
-
-void tst_Standin::stores()
-{
-    QFETCH(ZQSTORESIZE, size);
-    QFETCH(QByteArray, hash);
-    const QString file = path(QTest::currentDataTag());
-    QString error;
-    QVERIFY2(size.outputs == 0 || ZQCreateStore(file, size, {}, &error), qPrintable(error));
-    ZQCommServer server(size.outputs == 0 ? ZQOpenSampleStore(nullptr)
-                                          : ZQOpenStore(QStringLiteral("qsqlite://")
-                                                            + QString::fromLatin1(QUrl::toPercentEncoding(file, "/")),
-                                                        nullptr));
-    QByteArray text;
-    for (const PACKETDATATYPES list : {OUTPUT_LIST_TYPE, BOOK_LIST_TYPE}) {
-        ZQLIST_ELEMENT *entries = server.getDBList(commands, messageId, list);
-        QCOMPARE(server.iserror(commands), 0);
-        for (const ZQLIST_ELEMENT *entry = entries; entry; entry = entry->next) {
-            const ZQKEY_ELEMENT key = static_cast<const ZQDBLIST_ENTRY *>(entry)->key;
-            const int id = server.getidfromzqkey(key);
-            QCOMPARE(id, static_cast<int>(static_cast<const ZQDBLIST_ENTRY *>(entry)->reserved[ENTRY_ID]));
-            text += textOf(server.getBooks(commands, messageId, SORT_ARRIVAL, SORT_ASCENDING, key), BOOK_TYPE);
-            for (const unsigned int queue : {1u, 2u, 3u, 4u})
-                text +=
-                    textOf(server.getJobqueue(commands, messageId, ZQQUEUE(queue), SORT_ARRIVAL, SORT_ASCENDING, id),
-                           JOB_TYPE);
-        }
-        text += textOf(entries, DBLIST_ENTRY_TYPE);
-    }
-    QCOMPARE(QCryptographicHash::hash(text, QCryptographicHash::Md5).toHex(), hash);
 }
 
 void tst_Standin::refusedSizes()

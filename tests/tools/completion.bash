@@ -34,7 +34,7 @@ expect 'table xml text wire json csv' zqxml-query jobs --format =
 expect 'json' zqxml-query jobs --format = j
 expect '' zqxml-query --key ''
 expect 'README.md' zqxml-query outputs --database READ
-expect 'create' zqxml-store ''
-expect 'README.md' zqxml-store create READ
+expect 'create check copy' zqxml-store ''
+expect 'README.md' zqxml-store copy x READ
 expect '--sample --seed' zqxml-store create x --s
 exit $status

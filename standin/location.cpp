@@ -1,0 +1,112 @@
+// SPDX-FileCopyrightText: 2026 The zqxml developers
+// SPDX-License-Identifier: MIT
+
+#include "location_p.h"
+
+#include "standin/zqstandin.h"
+
+#include <QRegularExpression>
+#include <QSqlError>
+#include <QUrlQuery>
+
+namespace {
+
+const QString statementTimeout = QStringLiteral("statement_timeout");
+
+/**
+ * Sets the options of libpq from \a url, over ours, which bound how long a server that is gone is waited for: one that
+ * does not answer a connection, or whose machine no longer acknowledges what is sent.
+ */
+bool setPostgresOptions(QSqlDatabase &handle, const QUrl &url, QString *error)
+{
+    QString options = QStringLiteral("connect_timeout=10;keepalives_idle=10;keepalives_interval=5;keepalives_count=4;"
+                                     "tcp_user_timeout=30000;fallback_application_name=zqxml");
+    for (auto [name, value] : QUrlQuery(url).queryItems(QUrl::FullyDecoded)) {
+        if (name == statementTimeout)
+            continue;
+        if ((name + value).contains(QLatin1Char(';')))
+            return fail(error, QStringLiteral("the driver takes no semicolon in an option"));
+        value.replace(QLatin1Char('\\'), QLatin1String("\\\\")).replace(QLatin1Char('\''), QLatin1String("\\'"));
+        options += QLatin1Char(';') + name + QLatin1String("='") + value + QLatin1Char('\'');
+    }
+    handle.setConnectOptions(options);
+    return true;
+}
+
+bool preparePostgres(Database &database, const QUrl &url, Location::Use use, QString *error)
+{
+    const QUrlQuery query(url);
+    bool ok = true;
+    const unsigned int limit =
+        query.hasQueryItem(statementTimeout) ? query.queryItemValue(statementTimeout).toUInt(&ok) : 30000;
+    if (!ok)
+        return fail(error, QStringLiteral("statement_timeout needs a number of milliseconds"));
+    QString settings = QStringLiteral("SET client_min_messages = error; SET standard_conforming_strings = on; SET ")
+        + (use == Location::Questions ? QStringLiteral("statement_timeout = %1")
+                                      : QStringLiteral("statement_timeout = 0; SET lock_timeout = %1"))
+              .arg(limit);
+    if (use != Location::Writing)
+        settings +=
+            QStringLiteral("; SET SESSION CHARACTERISTICS AS TRANSACTION ISOLATION LEVEL REPEATABLE READ, READ ONLY");
+    return database.execute(settings, error);
+}
+
+} // namespace
+
+std::optional<Location> Location::read(const QString &text, QString *error)
+{
+    Location result;
+    const bool isUrl = text.contains(QLatin1String("://"));
+    if (!isUrl) {
+        result.driver = QStringLiteral("QSQLITE");
+        result.fileName = text;
+    } else {
+        result.url = QUrl(text);
+        result.driver = result.url.scheme().toUpper();
+        result.fileName = result.url.path();
+    }
+    QString reason;
+    if (isUrl && !result.url.isValid())
+        reason = QStringLiteral("not a URL");
+    else if (!QSqlDatabase::isDriverAvailable(result.driver))
+        reason = QStringLiteral("no database driver %1").arg(result.driver);
+    else if (result.isFile() && (result.fileName.isEmpty() || !result.url.host().isEmpty()))
+        reason = QStringLiteral("names no file: a path follows three slashes");
+    if (reason.isEmpty())
+        return result;
+    fail(error, reason);
+    return std::nullopt;
+}
+
+bool Location::connect(Database &database, Use use, QString *error) const
+{
+    QSqlDatabase &handle = database.handle;
+    handle.setHostName(url.host());
+    handle.setPort(url.port());
+    handle.setUserName(url.userName());
+    handle.setPassword(url.password());
+    handle.setDatabaseName(url.path().mid(1));
+    if (isPostgres() && !setPostgresOptions(handle, url, error))
+        return false;
+    if (!handle.open())
+        return fail(error, reasonOf(handle.lastError()));
+    return !isPostgres() || preparePostgres(database, url, use, error);
+}
+
+QString ZQPublicName(const QString &location)
+{
+    if (!location.contains(QLatin1String("://")))
+        return location;
+    // Whatever a password holds, its end is before the host. Options may be passwords too.
+    static const QRegularExpression password(QStringLiteral("(://[^:/@]*):.*@"),
+                                             QRegularExpression::DotMatchesEverythingOption);
+    static const QRegularExpression options(QStringLiteral("\\?.*$"), QRegularExpression::DotMatchesEverythingOption);
+    QString name = location;
+    return name.replace(password, QStringLiteral("\\1:***@")).remove(options);
+}
+
+QString ZQFileOfStore(const QString &location)
+{
+    const auto read = Location::read(location, nullptr);
+    return read && read->isFile() ? read->fileName : QString();
+}
