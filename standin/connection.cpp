@@ -8,6 +8,7 @@
 #include <QSqlError>
 #include <QThread>
 #include <QUrl>
+#include <QVariant>
 
 namespace {
 

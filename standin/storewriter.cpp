@@ -9,6 +9,7 @@
 #include <QFile>
 #include <QSqlError>
 #include <QSqlQuery>
+#include <QVariant>
 
 #include <sqlite3.h>
 
