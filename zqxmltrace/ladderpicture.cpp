@@ -109,8 +109,11 @@ bool XMLLadder::writeSvg(QIODevice *device) const
     qint64 last = rows.empty() ? 0 : rows.front().time;
     for (const Arrow &arrow : drawn) {
         const Row &row = rows[arrow.first];
-        if (row.time - last >= PAUSE)
+        QString time = shortTime(row.time);
+        if (row.time - last >= PAUSE) {
+            time += QStringLiteral(" +") + duration(row.time - last);
             writeLine(xml, "pause", 8, y - ROW + 7, width - 8, y - ROW + 7);
+        }
         last = rows[arrow.first + arrow.count - 1].time;
         const bool broken = row.outcome != Delivered && row.outcome != Waiting;
         xml.writeStartElement(QStringLiteral("g"));
@@ -120,7 +123,7 @@ bool XMLLadder::writeSvg(QIODevice *device) const
                                                    : QStringLiteral("packet"));
         const int from = centreOf(row.source);
         const int to = centreOf(row.destination);
-        writeLabel(xml, "time", 8, y, shortTime(row.time));
+        writeLabel(xml, "time", 8, y, time);
         writeArrow(xml, from, to, y, broken);
         writeLabel(xml, "label", std::min(from, to) + (from == to ? 34 : 8), y - 6,
                    QStringLiteral("#%1 ").arg(row.packet) + captionOf(arrow));
