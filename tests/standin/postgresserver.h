@@ -43,7 +43,7 @@ private:
     const int handle;
 };
 
-/** A PostgreSQL server of its own, on loopback and a free port, which takes files of 8 MB at most. */
+/** A PostgreSQL server of its own, on loopback and a free port, which takes files of 4 MB at most. */
 class PostgresServer
 {
 public:
@@ -78,7 +78,7 @@ public:
 
     void start()
     {
-        run(QStringLiteral("ulimit -f 8192; pg_ctl -D '%1/data' -l '%1/log' -w start -o '-c listen_addresses=127.0.0.1"
+        run(QStringLiteral("ulimit -f 4096; pg_ctl -D '%1/data' -l '%1/log' -w start -o '-c listen_addresses=127.0.0.1"
                            " -c unix_socket_directories=%1 -c fsync=off -p %2'")
                 .arg(folder.path(), QString::number(port)));
     }
