@@ -29,7 +29,7 @@ TreeBuilder::TreeBuilder(const QDomDocument &packetDocument) : document(packetDo
     document.removeChild(oldRoot);
 }
 
-void TreeBuilder::addPart(std::size_t depth, QDomElement parent, const QString &name)
+void TreeBuilder::addPart(std::size_t depth, const QDomElement &parent, const QString &name)
 {
     parts.push_back({depth, parent, parent.namedItem(name).toElement()});
 }

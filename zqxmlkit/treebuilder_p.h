@@ -59,7 +59,7 @@ private:
         QDomElement element;
     };
 
-    void addPart(std::size_t depth, QDomElement parent, const QString &name);
+    void addPart(std::size_t depth, const QDomElement &parent, const QString &name);
     QDomElement takePart(const QString &name);
     void append(QDomNode node, const QString &value);
 

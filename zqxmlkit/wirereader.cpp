@@ -189,10 +189,10 @@ bool WireReader::count(int more)
 const QString &WireReader::nameOf(const char *bytes)
 {
     const std::size_t size = std::strlen(bytes);
-    const auto byte = [bytes](std::size_t i) { return static_cast<unsigned char>(bytes[i]); };
+    const auto byte = [bytes](std::size_t i) -> std::size_t { return static_cast<unsigned char>(bytes[i]); };
     // An escape has its digits here.
-    const std::size_t middle = size > 5 ? 5u * byte(4) + 7u * byte(5) : byte(size / 2);
-    CachedName &cached = names[(size + byte(0) + 3u * byte(size - 1) + middle) % names.size()];
+    const std::size_t middle = size > 5 ? 5 * byte(4) + 7 * byte(5) : byte(size / 2);
+    CachedName &cached = names[(size + byte(0) + 3 * byte(size - 1) + middle) % names.size()];
     if (cached.bytes.size() != size || std::memcmp(cached.bytes.data(), bytes, size) != 0) {
         cached.bytes.assign(bytes, size);
         cached.name = decode(bytes, size);

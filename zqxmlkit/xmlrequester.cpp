@@ -10,6 +10,7 @@
 #include <zqxml/xmlpacket.h>
 #include <zqxml/xmlrouter.h>
 
+#include <utility>
 #include <vector>
 
 XMLRequester::XMLRequester(XMLRouter *xmlRouter, QObject *parent)
@@ -26,8 +27,7 @@ XMLRequester::~XMLRequester()
 {
     // Agents that are told of removals may destroy the parent, and may ask again.
     setParent(nullptr);
-    const QPointer<XMLRouter> toLeave(ownRouter);
-    ownRouter.clear();
+    const QPointer<XMLRouter> toLeave = std::exchange(ownRouter, nullptr);
     endAll(XMLMailbox::Cancelled);
     if (toLeave)
         toLeave->remove(this);
