@@ -1,0 +1,58 @@
+// SPDX-FileCopyrightText: 2026 The zqxml developers
+// SPDX-License-Identifier: MIT
+
+#ifndef ZQXMLGATE_XMLNATSTRANSPORT_H
+#define ZQXMLGATE_XMLNATSTRANSPORT_H
+
+#include <zqxmlgate/xmltransport.h>
+
+#include <QString>
+
+#include <memory>
+
+/**
+ * Carries frames over a NATS server or cluster. It connects, and connects again, until it is destroyed, with pauses
+ * from 0.1 to 5 s. The client library works in threads of its own, and so does what is sent: no call waits for the
+ * network, but for the destructor, which waits some seconds at most for a connection that hangs.
+ *
+ * A frame from SELF to PEER goes to the subject zq.BUS.to.PEER.from.SELF, so that the server's permissions can vouch
+ * for the sender.
+ */
+class ZQXMLGATE_EXPORT XMLNatsTransport : public XMLTransport
+{
+    Q_OBJECT
+
+public:
+    /** Where the bus is, and what the server asks for. What is empty is not used. */
+    struct Options {
+        QString urls; ///< nats:// or tls:// addresses of one server or of a cluster, with commas between them
+        QString bus = QStringLiteral("main"); ///< the part of the subjects that keeps buses of a server apart
+        QString user;
+        QString password;
+        QString token;
+        QString credentialsFile; ///< with a JWT and the key to sign with
+        QString tlsCaFile; ///< PEM certificates that the server's is checked against, in place of the system's
+        QString tlsCertificateFile; ///< PEM certificate that the server wants to see
+        QString tlsKeyFile; ///< its key
+        QString tlsHostName; ///< what the server's certificate is to name, in place of the host in the address
+    };
+
+    explicit XMLNatsTransport(const Options &options, QObject *parent = nullptr);
+
+    /** Sends what waits, if there is a connection, and disconnects. */
+    ~XMLNatsTransport() override;
+
+    void join(const QByteArray &name) override;
+    bool send(const QByteArray &to, const QByteArray &frame, bool probe) override;
+    bool isConnected() const override;
+
+    /** Returns \a text without the user and password that addresses in it may hold. */
+    static QString withoutSecrets(const QString &text);
+
+private:
+    class Worker;
+
+    const std::unique_ptr<Worker> worker;
+};
+
+#endif
