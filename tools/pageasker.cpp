@@ -6,6 +6,7 @@
 #include "recordprinter.h"
 #include "toolsupport.h"
 
+#include <standin/zqstandin.h>
 #include <zqxml/xmlaction.h>
 #include <zqxml/xmlpacket.h>
 #include <zqxml/xmlrouter.h>
@@ -102,36 +103,86 @@ private:
 
 } // namespace
 
-XMLMailbox::State askPages(ZQCommServer &server, const Query &query, const TakePage &take, QString *traceError)
+Watch::Watch(XMLRouter &router, const Query &query)
 {
-    Trace trace;
-    XMLRouter router(&server);
-    std::unique_ptr<XMLTraceRecorder> recorder;
-    if (query.trace)
-        router.setObserver(&trace);
+    if (query.trace) {
+        trace = std::make_unique<Trace>();
+        router.setObserver(trace.get());
+    }
     if (!query.traceFile.isEmpty()) {
         QLoggingCategory::setFilterRules(QStringLiteral("zqxml.trace=false")); // it is told at the end
         recorder = std::make_unique<XMLTraceRecorder>(&router, query.traceFile, XMLTraceRecorder::Bodies);
-        if (!recorder->isRecording()) {
-            *traceError = recorder->error();
-            return XMLMailbox::Cancelled;
-        }
     }
-    XMLRequester requester(&router);
-    XMLRecordServer recordServer(&server, &router, serverType);
+}
+
+Watch::~Watch() = default;
+
+QString Watch::error()
+{
+    if (!recorder)
+        return QString();
+    recorder->flush();
+    return recorder->error();
+}
+
+XMLPages *openPages(XMLRequester &requester, int server, const Query &query)
+{
     XMLAction action(query.question, query.request, 0);
     XMLRequester::setKeys(action, query.keys);
     if (query.withPublications)
         action.setExcludePublications(false);
     const int pageSize = query.limit > 0 ? std::min(query.limit, query.pageSize) : query.pageSize;
-    const auto pages = requester.pages(recordServer.getAgentID(), action, pageSize, -1);
-    const XMLMailbox::State state = Wait(*pages, query, take).run();
+    return requester.pages(server, action, pageSize, -1);
+}
+
+XMLMailbox::State waitForPages(XMLPages &pages, const Query &query, const TakePage &take)
+{
+    return Wait(pages, query, take).run();
+}
+
+Asker::~Asker() = default;
+
+StoreAsker::StoreAsker(ZQCommServer &commServer) : server(commServer)
+{
+    ZQReport() = [this](const QString &line) {
+        if (firstFailure.isEmpty())
+            firstFailure = line;
+    };
+}
+
+StoreAsker::~StoreAsker()
+{
+    ZQReport() = nullptr;
+}
+
+QString StoreAsker::failure() const
+{
+    return firstFailure;
+}
+
+int StoreAsker::findUnknownKey(const Query &query)
+{
+    for (int i = 0; i < query.keys.size() && firstFailure.isEmpty(); ++i) {
+        if (server.getidfromzqkey(query.keys.at(i)) == 0)
+            return i;
+    }
+    return -1;
+}
+
+XMLMailbox::State StoreAsker::ask(const Query &query, const TakePage &take, QString *traceError)
+{
+    XMLRouter router(&server);
+    Watch watch(router, query);
+    *traceError = watch.error();
+    if (!traceError->isEmpty())
+        return XMLMailbox::Cancelled;
+    XMLRequester requester(&router);
+    XMLRecordServer recordServer(&server, &router, serverType);
+    XMLPages *const pages = openPages(requester, recordServer.getAgentID(), query);
+    const XMLMailbox::State state = waitForPages(*pages, query, take);
     // The router would abandon the request for a page that is not wanted any more.
     delete pages;
     QCoreApplication::processEvents();
-    if (recorder) {
-        recorder->flush();
-        *traceError = recorder->error();
-    }
+    *traceError = watch.error();
     return state;
 }

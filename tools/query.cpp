@@ -3,6 +3,9 @@
 
 #include "query.h"
 
+#ifdef ZQXML_WITH_BUS
+#include "bus.h"
+#endif
 #include "recordprinter.h"
 #include "toolsupport.h"
 
@@ -78,6 +81,26 @@ QString readTrace(const QCommandLineParser &parser, Query &query)
     return QString();
 }
 
+QString readBus(const QCommandLineParser &parser, Query &query)
+{
+#ifdef ZQXML_WITH_BUS
+    if (parser.isSet(QStringLiteral("bus"))) {
+        if (parser.isSet(QStringLiteral("database")))
+            return QStringLiteral("--bus and --database do not go together");
+        return readBusArguments(parser, query.bus);
+    }
+    for (const QString &option : parser.optionNames()) {
+        if (option.startsWith(QLatin1String("bus-")) || option.startsWith(QLatin1String("tls-"))
+            || option == QLatin1String("credentials"))
+            return QStringLiteral("--%1 goes with --bus only").arg(option);
+    }
+#else
+    Q_UNUSED(parser)
+    Q_UNUSED(query)
+#endif
+    return QString();
+}
+
 QString readNumbers(const QCommandLineParser &parser, Query &query)
 {
     const struct {
@@ -120,6 +143,9 @@ void addArguments(QCommandLineParser &parser)
          {text("rebuild"), text("Rebuild the records from the reply's XML and print what came back.")},
          {text("trace"), text("Show each packet as it is sent and delivered, on standard error.")},
          {text("trace-file"), text("Record what the router does, packets and all, in this file."), text("FILE")}});
+#ifdef ZQXML_WITH_BUS
+    addBusArguments(parser);
+#endif
 }
 
 QString readArguments(const QCommandLineParser &parser, Query &query)
@@ -140,7 +166,8 @@ QString readArguments(const QCommandLineParser &parser, Query &query)
         return QStringLiteral("'%1' is none of the formats %2")
             .arg(query.format, formatNames().join(QStringLiteral(", ")));
     query.rebuild = parser.isSet(QStringLiteral("rebuild"));
-    return readTrace(parser, query);
+    const QString wrong = readTrace(parser, query);
+    return wrong.isEmpty() ? readBus(parser, query) : wrong;
 }
 
 QString toText(const ZQKEY_ELEMENT &key)

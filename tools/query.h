@@ -4,6 +4,9 @@
 #ifndef TOOLS_QUERY_H
 #define TOOLS_QUERY_H
 
+#ifdef ZQXML_WITH_BUS
+#include <zqxmlgate/xmlnatstransport.h>
+#endif
 #include <recordlib/zqlib.h>
 
 #include <QList>
@@ -25,6 +28,9 @@ struct Query {
     bool rebuild = false;
     bool trace = false;
     QString traceFile;
+#ifdef ZQXML_WITH_BUS
+    XMLNatsTransport::Options bus; ///< without an address the database is asked
+#endif
 };
 
 /** Tells \a parser what zqxml-query understands. */

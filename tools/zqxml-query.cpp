@@ -3,6 +3,9 @@
 
 // Asks for records the way every agent of an application does, and prints them page by page as they come.
 
+#ifdef ZQXML_WITH_BUS
+#include "busasker.h"
+#endif
 #include "pageasker.h"
 #include "progress.h"
 #include "query.h"
@@ -43,20 +46,10 @@ void keepFirst(XMLPacket &page, int count)
 class Answer
 {
 public:
-    Answer(ZQCommServer &commServer, const Query &asked)
-        : server(commServer), query(asked), printer(makePrinter(query.format, query.request))
+    Answer(Asker &used, const Query &asked)
+        : asker(used), query(asked), printer(makePrinter(query.format, query.request))
     {
-        ZQReport() = [this](const QString &line) {
-            if (failure.isEmpty())
-                failure = line;
-        };
     }
-
-    ~Answer()
-    {
-        ZQReport() = nullptr;
-    }
-    Q_DISABLE_COPY(Answer)
 
     /** Returns the exit status. */
     int print()
@@ -64,14 +57,13 @@ public:
         if (const auto unknown = findUnknownKey())
             return *unknown;
         QString traceError;
-        const XMLMailbox::State state = askPages(
-            server, query, [this](XMLPacket &page, const PagePlace &place) { return takePage(page, place); },
-            &traceError);
+        const XMLMailbox::State state = asker.ask(
+            query, [this](XMLPacket &page, const PagePlace &place) { return takePage(page, place); }, &traceError);
         progress.clear();
         if (ended)
             return *ended;
-        if (!failure.isEmpty())
-            return fail(failure);
+        if (!asker.failure().isEmpty())
+            return fail(asker.failure());
         if (state != XMLMailbox::Answered && !isFull())
             return traceError.isEmpty() ? fail(QStringLiteral("no answer"), NoAnswer) : failTrace(traceError);
         if (const auto last = writeOut(printer->finish(printed)))
@@ -85,13 +77,11 @@ private:
     /** Returns the exit status if a key is nobody's, or cannot be looked for. */
     std::optional<int> findUnknownKey()
     {
-        for (const ZQKEY_ELEMENT &key : query.keys) {
-            const int id = server.getidfromzqkey(key);
-            if (!failure.isEmpty())
-                return fail(failure);
-            if (id == 0)
-                return fail(QStringLiteral("nothing has the key ") + toText(key));
-        }
+        const int unknown = query.keys.isEmpty() ? -1 : asker.findUnknownKey(query);
+        if (!asker.failure().isEmpty())
+            return fail(asker.failure());
+        if (unknown >= 0)
+            return fail(QStringLiteral("nothing has the key ") + toText(query.keys.at(unknown)));
         return std::nullopt;
     }
 
@@ -150,8 +140,8 @@ private:
         wider.traceFile.clear(); // which holds the question that was asked
         bool found = false;
         QString none;
-        askPages(
-            server, wider,
+        asker.ask(
+            wider,
             [&found](XMLPacket &page, const PagePlace &) {
                 found = !XMLRecords(page).isEmpty();
                 return false;
@@ -160,17 +150,23 @@ private:
         return found;
     }
 
-    ZQCommServer &server;
+    Asker &asker;
     const Query &query;
     const std::unique_ptr<RecordPrinter> printer;
     Progress progress;
-    QString failure; ///< of the store
     int printed = 0;
     std::optional<int> ended; ///< the exit status when there is nothing more to do
 };
 
 int run(const Query &query)
 {
+    endWhenInterrupted();
+#ifdef ZQXML_WITH_BUS
+    if (!query.bus.urls.isEmpty()) {
+        BusAsker asker(query);
+        return Answer(asker, query).print();
+    }
+#endif
     QString error;
     ZQCONNECTION *const connection =
         query.database.isEmpty() ? ZQOpenSampleStore(&error) : ZQOpenStore(query.database, &error);
@@ -178,8 +174,8 @@ int run(const Query &query)
         return fail(query.database.isEmpty() ? error : ZQPublicName(query.database) + QStringLiteral(": ") + error);
     ZQHoldSnapshot(connection);
     ZQCommServer server(connection);
-    endWhenInterrupted();
-    return Answer(server, query).print();
+    StoreAsker asker(server);
+    return Answer(asker, query).print();
 }
 
 } // namespace

@@ -177,10 +177,10 @@ void GateSession::takeInSession(const GateFrame &frame, qint64 now)
     absences = 0;
     if (frame.kind == GateFrame::Open)
         return;
-    if (frame.kind == GateFrame::Close)
-        return end(QStringLiteral("left"));
     if (!takeAcknowledgement(frame, now))
         return unreadable();
+    if (frame.kind == GateFrame::Close)
+        return end(QStringLiteral("left"));
     if (frame.kind == GateFrame::Data)
         return takeData(frame, now);
     if (frame.flags() & GateFrame::Gap)

@@ -346,6 +346,11 @@ XMLGateway::~XMLGateway()
         ownRouter->remove(this);
 }
 
+bool XMLGateway::isName(const QString &name)
+{
+    return isGoodName(name.toUtf8());
+}
+
 QString XMLGateway::name() const
 {
     return QString::fromUtf8(ownName);

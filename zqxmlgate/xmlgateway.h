@@ -67,6 +67,9 @@ public:
     XMLGateway(XMLRouter *router, std::unique_ptr<XMLTransport> transport, const QString &name = QString(),
                QObject *parent = nullptr);
 
+    /** Returns whether \a name may be a name on the bus. */
+    static bool isName(const QString &name);
+
     /** Says goodbye to the peers and removes their proxies. What is not delivered by then may be lost. \sa leave() */
     ~XMLGateway() override;
 
