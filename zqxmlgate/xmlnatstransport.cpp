@@ -186,9 +186,11 @@ private:
 
     static QString describe(natsStatus status, const char *text)
     {
+        static const QRegularExpression place(QStringLiteral("^\\(\\w+\\.c:\\d+\\): "));
         QString line = QString::fromUtf8(natsStatus_GetText(status));
-        if (text && *text && line != QString::fromUtf8(text))
-            line += QStringLiteral(", ") + QString::fromUtf8(text);
+        const QString more = QString::fromUtf8(text).remove(place);
+        if (!more.isEmpty() && more != line)
+            line += QStringLiteral(", ") + more;
         return withoutSecrets(line);
     }
 

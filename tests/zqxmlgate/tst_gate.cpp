@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: MIT
 
 #include <zqxml/xmlagentbroker.h>
-#include <zqxml/xmlmessage.h>
 #include <zqxml/xmlrouter.h>
 #include <zqxmlgate/xmlgateway.h>
 #include <zqxmlgate/xmlgatewaybroker.h>
@@ -10,9 +9,9 @@
 #include <zqxmlkit/testing.h>
 #include <zqxmlkit/xmlendpoint.h>
 
-#include <testtools.h>
+#include "texts.h"
 
-#include <list>
+#include <testtools.h>
 
 namespace {
 
@@ -31,16 +30,6 @@ public:
 
     bool dead = false;
 };
-
-QString textOf(XMLPacket &packet)
-{
-    std::list<QDomNode> nodes;
-    packet.getNodesOfType(XMLObject::XML_MESSAGE, nodes);
-    XMLMessage message;
-    if (!nodes.empty())
-        message.setNode(nodes.front().toElement());
-    return message.getMessage();
-}
 
 /** What of each conversation was sent and has come, by the names of its processes. */
 struct Books {

@@ -1,0 +1,412 @@
+// SPDX-FileCopyrightText: 2026 The zqxml developers
+// SPDX-License-Identifier: MIT
+
+// Processes on real servers, which are killed while packets are on their way.
+
+#include <zqxml/xmlrouter.h>
+#include <zqxmlgate/xmlgateway.h>
+#include <zqxmlgate/xmlnatstransport.h>
+#include <zqxmlkit/testing.h>
+
+#include "texts.h"
+
+#include <QElapsedTimer>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <csignal>
+
+namespace {
+
+constexpr int echoType = 100;
+
+/** A NATS server on a free port, which it keeps when it is started again. */
+class BusServer
+{
+public:
+    explicit BusServer(const QStringList &more = {}) : extra(more)
+    {
+        start();
+    }
+
+    ~BusServer()
+    {
+        kill();
+    }
+
+    void start()
+    {
+        QFile::remove(portsFile());
+        process.start(QStringLiteral(ZQXML_NATS_SERVER),
+                      QStringList{QStringLiteral("-a"), QStringLiteral("127.0.0.1"), QStringLiteral("-p"),
+                                  port.isEmpty() ? QStringLiteral("-1") : port, QStringLiteral("--ports_file_dir"),
+                                  folder.path()}
+                          + extra);
+        QVERIFY(process.waitForStarted());
+        QTRY_VERIFY(readPort());
+    }
+
+    void kill()
+    {
+        process.kill();
+        process.waitForFinished();
+    }
+
+    QString url(const QString &user = QString(), const QString &scheme = QStringLiteral("nats")) const
+    {
+        return scheme + QStringLiteral("://") + (user.isEmpty() ? user : user + QLatin1Char('@'))
+            + QStringLiteral("127.0.0.1:") + port;
+    }
+
+private:
+    QString portsFile() const
+    {
+        return folder.filePath(QStringLiteral("nats-server_%1.ports").arg(process.processId()));
+    }
+
+    bool readPort()
+    {
+        QFile file(portsFile());
+        if (!file.open(QIODevice::ReadOnly))
+            return false;
+        const QJsonObject ports = QJsonDocument::fromJson(file.readAll()).object();
+        const auto portOf = [&ports](const char *kind) {
+            return ports.value(QLatin1String(kind)).toArray().at(0).toString().section(QLatin1Char(':'), -1);
+        };
+        if (portOf("nats").isEmpty())
+            return false;
+        port = portOf("nats");
+        routes = QStringLiteral("nats://127.0.0.1:") + portOf("cluster");
+        return true;
+    }
+
+public:
+    QString routes; ///< where other servers of a cluster find this one
+
+private:
+    const QStringList extra;
+    QTemporaryDir folder;
+    QProcess process;
+    QString port;
+};
+
+XMLNatsTransport::Options optionsOf(const QString &urls)
+{
+    XMLNatsTransport::Options options;
+    options.urls = urls;
+    return options;
+}
+
+/** Sends back what it gets. Serves as the process that is killed and stopped. */
+int runEcho(const QString &urls, const QString &name)
+{
+    XMLRouter router(nullptr);
+    XMLRecordingAgent echo(router, echoType);
+    echo.onReceive = [&](XMLPacket &packet) {
+        XMLMessage message(textOf(packet));
+        XMLPacket *const answer = echo.getXMLPacket(packet.getSourceAgentID());
+        answer->append(message);
+        echo.packets.clear();
+        router.send(answer);
+    };
+    XMLGateway gateway(&router, std::make_unique<XMLNatsTransport>(optionsOf(urls)), name);
+    gateway.exportAgentsOfType(echoType);
+    return QCoreApplication::exec();
+}
+
+class Echo
+{
+public:
+    explicit Echo(const QString &urls, const QString &name = QStringLiteral("echo"))
+    {
+        process.setProcessChannelMode(QProcess::ForwardedChannels);
+        process.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--echo"), urls, name});
+        process.waitForStarted();
+    }
+
+    ~Echo()
+    {
+        signal(SIGCONT);
+        process.kill();
+        process.waitForFinished();
+    }
+
+    void signal(int number) const
+    {
+        ::kill(static_cast<pid_t>(process.processId()), number);
+    }
+
+private:
+    QProcess process;
+};
+
+/** The side of the test: sends numbers and notes those that come back. */
+class Asker
+{
+public:
+    explicit Asker(const XMLNatsTransport::Options &options, const QString &name = QString())
+        : router(nullptr), agent(router, echoType + 1),
+          gateway(&router, std::make_unique<XMLNatsTransport>(options), name)
+    {
+        agent.onReceive = [this](XMLPacket &packet) {
+            answers << textOf(packet);
+            agent.packets.clear();
+        };
+        QObject::connect(&gateway, &XMLGateway::packetsLost, &gateway,
+                         [this](const QString &, int count) { lost += count; });
+        QObject::connect(&gateway, &XMLGateway::packetRefused, &gateway,
+                         [this](const QString &, const QString &reason) { refusals << reason; });
+        QObject::connect(&gateway, &XMLGateway::problem, &gateway, [this](const QString &line) { problems << line; });
+    }
+
+    int echo()
+    {
+        return router.findAgentOfType(echoType);
+    }
+
+    void send(int to, const QString &text)
+    {
+        XMLPacket *const packet = agent.getXMLPacket(to);
+        XMLMessage message(text);
+        packet->append(message);
+        router.send(packet);
+    }
+
+    XMLRouter router;
+    XMLRecordingAgent agent;
+    XMLGateway gateway;
+    QStringList answers;
+    QStringList refusals;
+    QStringList problems;
+    int lost = 0;
+};
+
+/** Measures the longest time for which the event loop did not turn; only told, since machines differ. */
+class LongestTurn : public QObject
+{
+public:
+    LongestTurn()
+    {
+        startTimer(1);
+        clock.start();
+    }
+
+    ~LongestTurn() override
+    {
+        qInfo("the event loop stood still for %lld ms at most", longest);
+    }
+
+protected:
+    void timerEvent(QTimerEvent *) override
+    {
+        longest = std::max(longest, clock.restart());
+    }
+
+private:
+    QElapsedTimer clock;
+    qint64 longest = 0;
+};
+
+} // namespace
+
+class TestBus : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void serverDies();
+    void clusterFailsOver();
+    void peerDies();
+    void peerStops();
+    void sizes();
+    void refusals_data();
+    void refusals();
+
+private:
+    static void sendThrough(Asker &asker, const std::function<void(int)> &trouble);
+};
+
+/** Sends numbers, with trouble in between, until all have come back, in order. */
+void TestBus::sendThrough(Asker &asker, const std::function<void(int)> &trouble)
+{
+    const int count =
+        qEnvironmentVariableIsSet("ZQXML_GATE_PACKETS") ? qEnvironmentVariableIntValue("ZQXML_GATE_PACKETS") : 10000;
+    QTRY_VERIFY(asker.echo() != 0);
+    const int echo = asker.echo();
+    QStringList sent;
+    const LongestTurn turns;
+    for (int i = 0; i < count; ++i) {
+        asker.send(echo, QString::number(i));
+        sent << QString::number(i);
+        if (i % 500 == 0)
+            QCoreApplication::processEvents();
+        while (asker.gateway.waitingPackets() > 3000)
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        if (i % (count / 6) == count / 12)
+            trouble(i / (count / 6));
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(asker.answers.size(), sent.size(), 60000);
+    QVERIFY(asker.answers == sent);
+    QCOMPARE(asker.lost, 0);
+    QVERIFY(asker.refusals.isEmpty());
+}
+
+void TestBus::serverDies()
+{
+    BusServer server;
+    const Echo echo(server.url());
+    Asker asker(optionsOf(server.url()));
+    sendThrough(asker, [&server](int) {
+        server.kill();
+        server.start();
+    });
+}
+
+void TestBus::clusterFailsOver()
+{
+    const QStringList member{QStringLiteral("--cluster_name"), QStringLiteral("test"), QStringLiteral("--cluster"),
+                             QStringLiteral("nats://127.0.0.1:-1")};
+    BusServer first(member);
+    const QStringList join = member + QStringList{QStringLiteral("--routes"), first.routes};
+    BusServer second(join);
+    BusServer third(join);
+    const QString urls = first.url() + QLatin1Char(',') + second.url() + QLatin1Char(',') + third.url();
+    const Echo echo(urls);
+    Asker asker(optionsOf(urls));
+    BusServer *const servers[] = {&second, &third};
+    sendThrough(asker, [&servers](int i) {
+        BusServer &server = *servers[i % 2];
+        server.kill();
+        server.start();
+    });
+}
+
+/** Its agents go, which is told once, and what it took along is counted. */
+void TestBus::peerDies()
+{
+    BusServer server;
+    const Echo echo(server.url());
+    Asker asker(optionsOf(server.url()));
+    QTRY_VERIFY(asker.echo() != 0);
+    const int id = asker.echo();
+    asker.send(id, QStringLiteral("first"));
+    QTRY_COMPARE(asker.answers.size(), 1);
+    QElapsedTimer clock;
+    clock.start();
+    echo.signal(SIGKILL);
+    asker.send(id, QStringLiteral("second"));
+    QTRY_COMPARE(asker.echo(), 0);
+    qInfo("gone after %lld ms with traffic", clock.elapsed());
+    QTRY_COMPARE(asker.lost, 1);
+    QCOMPARE(asker.agent.removed.count(id), 1);
+
+    const Echo next(server.url());
+    QTRY_VERIFY(asker.echo() != 0);
+    QTest::qWait(2500); // the traffic of joining is forgotten
+    clock.start();
+    next.signal(SIGKILL);
+    QTRY_COMPARE(asker.echo(), 0);
+    qInfo("gone after %lld ms without traffic", clock.elapsed());
+}
+
+/** What waits for a peer that does not move is bounded; what is refused is told, and all else arrives. */
+void TestBus::peerStops()
+{
+    BusServer server;
+    const Echo echo(server.url());
+    Asker asker(optionsOf(server.url()));
+    QTRY_VERIFY(asker.echo() != 0);
+    const int id = asker.echo();
+    bool overloaded = false;
+    connect(&asker.gateway, &XMLGateway::overloaded, this, [&](const QString &, bool tooMuch) { overloaded = tooMuch; });
+    echo.signal(SIGSTOP);
+    for (int i = 0; i < 30000; ++i) {
+        asker.send(id, QString::number(i));
+        if (i % 500 == 0)
+            QCoreApplication::processEvents();
+    }
+    QTRY_VERIFY(overloaded);
+    const int waiting = asker.gateway.waitingPackets();
+    QTRY_COMPARE(waiting + asker.refusals.size(), 30000);
+    echo.signal(SIGCONT);
+    QTRY_COMPARE_WITH_TIMEOUT(asker.answers.size(), waiting, 60000);
+    QCOMPARE(asker.answers.constLast(), QString::number(waiting - 1));
+    QTRY_VERIFY(!overloaded);
+}
+
+void TestBus::sizes()
+{
+    BusServer server;
+    const Echo echo(server.url());
+    Asker asker(optionsOf(server.url()));
+    QTRY_VERIFY(asker.echo() != 0);
+    const QString large(15 << 20, QLatin1Char('x'));
+    asker.send(asker.echo(), large);
+    asker.send(asker.echo(), QString(17 << 20, QLatin1Char('y')));
+    asker.send(asker.echo(), QStringLiteral("small"));
+    QTRY_COMPARE_WITH_TIMEOUT(asker.answers.size(), 2, 30000);
+    QVERIFY(asker.answers.at(0) == large);
+    QCOMPARE(asker.answers.at(1), QStringLiteral("small"));
+    QCOMPARE(asker.refusals.join(QLatin1Char('|')),
+             QStringLiteral("it has 17825928 bytes, and 16777216 are allowed"));
+}
+
+void TestBus::refusals_data()
+{
+    QTest::addColumn<QString>("user");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("problem");
+    QTest::newRow("right") << "friend:right" << "friend" << "";
+    QTest::newRow("password") << "friend:wrong" << "friend" << "the bus cannot be reached: .*[Aa]uthorization.*";
+    QTest::newRow("name of another") << "friend:right" << "echo2" << "the bus: .*[Pp]ermissions? [Vv]iolation.*";
+}
+
+/** Who may not join is told so in one line, tries again, and disturbs nobody. */
+void TestBus::refusals()
+{
+    QFETCH(QString, user);
+    QFETCH(QString, name);
+    QFETCH(QString, problem);
+    QTemporaryDir folder;
+    QFile file(folder.filePath(QStringLiteral("nats.conf")));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QByteArray users;
+    for (const char *const each : {"friend", "echo"}) {
+        users += QByteArray("{user: NAME, password: right, permissions: {publish: \"zq.main.to.*.from.NAME\", "
+                            "subscribe: [\"zq.main.to.NAME.from.*\", \"zq.main.to.all.from.*\"]}}\n")
+                     .replace("NAME", each);
+    }
+    file.write("authorization: {users: [" + users + "]}\n");
+    file.close();
+    BusServer server({QStringLiteral("-c"), file.fileName()});
+    const Echo echo(server.url(QStringLiteral("echo:right")), QStringLiteral("echo"));
+    Asker good(optionsOf(server.url(QStringLiteral("friend:right"))), QStringLiteral("friend"));
+    QTRY_VERIFY(good.echo() != 0);
+    if (problem.isEmpty())
+        return;
+    Asker bad(optionsOf(server.url(user)), name);
+    QTRY_VERIFY(!bad.problems.isEmpty());
+    QTest::qWait(1000);
+    const QRegularExpression expected(problem);
+    for (const QString &line : std::as_const(bad.problems))
+        QVERIFY2(expected.match(line).hasMatch(), qPrintable(line));
+    QCOMPARE(bad.echo(), 0);
+    good.send(good.echo(), QStringLiteral("still there"));
+    QTRY_COMPARE(good.answers.size(), 1);
+}
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    if (argc == 4 && qstrcmp(argv[1], "--echo") == 0)
+        return runEcho(QString::fromUtf8(argv[2]), QString::fromUtf8(argv[3]));
+    TestBus test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_bus.moc"
