@@ -81,15 +81,21 @@ QByteArray traceOf(int count)
     return traffic.recorder->ring();
 }
 
-quint64 sumUp(const QByteArray &trace)
+template <typename Target>
+void readTo(Target &target, const QByteArray &trace)
 {
     QBuffer buffer;
     buffer.setData(trace);
     buffer.open(QIODevice::ReadOnly);
     XMLTraceReader reader(&buffer);
-    XMLTraceStatistics statistics;
     for (XMLTraceEvent event; reader.next(event);)
-        statistics.add(event);
+        target.add(event);
+}
+
+quint64 sumUp(const QByteArray &trace)
+{
+    XMLTraceStatistics statistics;
+    readTo(statistics, trace);
     return statistics.events();
 }
 
@@ -109,13 +115,8 @@ quint64 parseLines(const QByteArray &trace)
 
 qint64 drawPage(const QByteArray &trace)
 {
-    QBuffer buffer;
-    buffer.setData(trace);
-    buffer.open(QIODevice::ReadOnly);
-    XMLTraceReader reader(&buffer);
     XMLLadder ladder;
-    for (XMLTraceEvent event; reader.next(event);)
-        ladder.add(event);
+    readTo(ladder, trace);
     QBuffer page;
     page.open(QIODevice::WriteOnly);
     require(ladder.writeHtml(&page), "the page is not written");
