@@ -130,9 +130,11 @@ bool ZQCONNECTION::beginTransaction(QString *error)
     if (session->database.handle.transaction())
         return true;
     // A server that was started anew since the last question is noticed only now.
-    if (!session->database.handle.isOpen() && open(error) && session->database.handle.transaction())
-        return true;
-    return session ? fail(error, reasonOf(session->database.handle.lastError())) : false;
+    const bool lost = !session->database.handle.isOpen();
+    if (lost && !open(error))
+        return false;
+    return (lost && session->database.handle.transaction())
+        || fail(error, reasonOf(session->database.handle.lastError()));
 }
 
 QString ZQCONNECTION::end(const QString &reason)
