@@ -195,7 +195,7 @@ void XMLRecordModel::setPages(XMLPages *pages)
 
 void XMLRecordModel::refresh(XMLPages *pages)
 {
-    cancel();
+    dropSource();
     convertFor(-1);
     for (Row &row : rows)
         row.isOld = true;
