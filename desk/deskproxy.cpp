@@ -85,8 +85,7 @@ void DeskProxy::setSearch(const QString &text)
 
 bool DeskProxy::filterAcceptsRow(int row, const QModelIndex &) const
 {
-    return search.isEmpty()
-        || sourceModel()->index(row, 0).data().toString().contains(search, Qt::CaseInsensitive);
+    return search.isEmpty() || sourceModel()->index(row, 0).data().toString().contains(search, Qt::CaseInsensitive);
 }
 
 bool DeskProxy::lessThan(const QModelIndex &left, const QModelIndex &right) const
@@ -127,8 +126,7 @@ void DeskProxy::setState(const ZQKEY_ELEMENT &key, const QString &field, int val
 int DeskProxy::state(int row, const QString &field) const
 {
     const auto changed = states.constFind(placeOf(keyOf(row), field));
-    return changed != states.constEnd() ? *changed
-                                        : QSortFilterProxyModel::data(index(row, columnOf(field))).toInt();
+    return changed != states.constEnd() ? *changed : QSortFilterProxyModel::data(index(row, columnOf(field))).toInt();
 }
 
 QVariant DeskProxy::data(const QModelIndex &index, int role) const

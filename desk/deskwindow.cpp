@@ -114,6 +114,7 @@ QList<RecordPane *> DeskWindow::panes() const
 void DeskWindow::makeWindow()
 {
     outputs = new RecordPane(tr("Outputs"), words("name state jobs speed resolution id key"), 3);
+    outputs->setMinimumWidth(fontMetrics().averageCharWidth() * 42);
     const QStringList jobFields =
         words("name page publication priority copies arrived held bytes paper format bleed scale rotation trimBox inks "
               "coverage spots ranges chunks queue output id key publicationID publicationKey");

@@ -42,11 +42,11 @@ RecordPane::RecordPane(const QString &title, const QStringList &fields, int show
 
 int RecordPane::widthOf(const QString &field) const
 {
-    const QString sample = field == QLatin1String("name") || field == QLatin1String("publication")
-        ? QString(26, QLatin1Char('n'))
-        : field == QLatin1String("arrived")
-        ? locale().toString(QDateTime(QDate(2026, 10, 20), QTime(20, 50, 50)), QLocale::ShortFormat)
-        : DeskProxy::titleOf(field) + QString(4, QLatin1Char('n'));
+    QString sample = DeskProxy::titleOf(field) + QString(3, QLatin1Char('n'));
+    if (field == QLatin1String("name") || field == QLatin1String("publication"))
+        sample = QString(21, QLatin1Char('n'));
+    else if (field == QLatin1String("arrived"))
+        sample = locale().toString(QDateTime(QDate(2026, 10, 20), QTime(20, 50, 50)), QLocale::ShortFormat);
     return fontMetrics().horizontalAdvance(sample) + 2 * fontMetrics().averageCharWidth();
 }
 
@@ -72,7 +72,8 @@ QList<QPair<QString, QString>> RecordPane::fieldsOfCurrent() const
     for (int column = 0; currentRow() >= 0 && column < sorted->columnCount(); ++column) {
         const QVariant value = sorted->index(currentRow(), column).data();
         if (value.isValid())
-            fields.append({sorted->headerData(column, Qt::Horizontal).toString(), delegate.displayText(value, locale())});
+            fields.append(
+                {sorted->headerData(column, Qt::Horizontal).toString(), delegate.displayText(value, locale())});
     }
     return fields;
 }
