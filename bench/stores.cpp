@@ -276,6 +276,7 @@ private:
 int main(int argc, char *argv[])
 {
     const QCoreApplication application(argc, argv);
+    std::setvbuf(stdout, nullptr, _IOLBF, 0); // each line takes its time
     for (const QString &name : QCoreApplication::arguments().mid(1)) {
         std::printf("%s\nmicroseconds a record; KiB of peak a record of the records alone\n"
                     "%5s %8s %8s %8s %7s %9s %9s %9s\n",
