@@ -21,6 +21,7 @@ private Q_SLOTS:
     void malformedText_data();
     void malformedText();
     void valuesCannotBreakTheFormat();
+    void chains();
     void refusedSizes();
     void progress();
 
@@ -120,6 +121,31 @@ void tst_Standin::valuesCannotBreakTheFormat()
     QVERIFY(text.contains("\n17 2 x y\r\n")); // a null text is empty
     QVERIFY(text.contains("\nd pppppppppppppppp\nf 0\n"));
     QVERIFY(readPacketText(record, text));
+}
+
+void tst_Standin::chains()
+{
+    Mischief random(1);
+    ZQLIST_ELEMENT *chain = nullptr;
+    QList<ZQLIST_ELEMENT *> expected;
+    for (int i = 0; i < 200; ++i) {
+        if (expected.isEmpty() || random.below(3) > 0) {
+            expected << ZQNew<ZQJOBRECORD>(JOB_TYPE);
+            AddListList(&chain, expected.last());
+        } else {
+            ZQLIST_ELEMENT *const removed = expected.takeAt(random.below(int(expected.size())));
+            RemoveItemFromList(&chain, removed);
+            RemoveItemFromList(&chain, removed); // which is no longer there
+            QVERIFY(!removed->next);
+            ZQPacketFreeItem(removed, JOB_TYPE);
+        }
+        QList<ZQLIST_ELEMENT *> actual;
+        for (ZQLIST_ELEMENT *record = chain; record; record = record->next)
+            actual << record;
+        QCOMPARE(actual, expected);
+    }
+    ZQPacketFreeList(&chain, JOB_TYPE);
+    QVERIFY(!chain);
 }
 
 void tst_Standin::refusedSizes()
