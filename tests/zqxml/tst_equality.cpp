@@ -240,8 +240,8 @@ void tst_Equality::partsThatAreNotPrinted()
             QDomElement(plain.getBody().previousSibling().lastChild().toElement()).setAttribute(QStringLiteral("b"), 0);
             destination.setAttribute(QStringLiteral("agent_id=\"1\" b"), 0);
         }
-        const bool areEqual = XMLObject::toString(packet.getBody().ownerDocument())
-            == XMLObject::toString(plain.getBody().ownerDocument());
+        QDomDocument documents[] = {packet.getBody().ownerDocument(), plain.getBody().ownerDocument()};
+        const bool areEqual = XMLObject::toString(documents[0]) == XMLObject::toString(documents[1]);
         equal += areEqual;
         QCOMPARE(packet == plain, areEqual);
         QCOMPARE(plain == packet, areEqual);
