@@ -160,7 +160,7 @@ void readContent(const QJsonObject &object, XMLTraceEvent &event)
         count = static_cast<int>(std::clamp<qint64>(qint64(count) + each.value().toInt(), 0, INT_MAX));
     }
     const QJsonArray actions = object.value(QLatin1String("actions")).toArray();
-    for (const QJsonValue &type : actions)
+    for (const auto &type : actions)
         event.actionTypes << type.toInt();
     event.wire = object.value(QLatin1String("wire")).toString().toUtf8();
     event.bytes = readInteger(object.value(QLatin1String("bytes")), -1);

@@ -65,7 +65,7 @@ XMLTraceEvent::Kind kindOf(const QString &name)
     return XMLTraceEvent::Other;
 }
 
-void maskAttributes(QDomElement element, const QStringList &keys, bool all)
+void maskAttributes(const QDomElement &element, const QStringList &keys, bool all)
 {
     const QDomNamedNodeMap attributes = element.attributes();
     for (int i = 0; i < attributes.length(); ++i) {

@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr int STEPS = 32; // parts into which each doubling of a delay is divided
+constexpr std::size_t STEPS = 32; // parts into which each doubling of a delay is divided
 
 // Delays are counted by size, in places that grow with it: exact below 32 ns, in steps of 3 % above.
 std::size_t placeOf(qint64 delay)
