@@ -9,6 +9,7 @@
 
 ActionParts::ActionParts(const QDomElement &element)
 {
+    parts.reserve(16); // most actions have fewer
     // Not by recursion: nothing bounds the depth.
     for (QDomNode node = element; !node.isNull();) {
         if (node.isElement()) {

@@ -99,6 +99,7 @@ struct XMLUIBinder::Shown {
     QAction *action = nullptr; // the binder's
     int type = 0;
     bool isGone = false; // from the user interface; waits for its menus to close
+    QString name;
     QString imageLocation;
     QIcon image;
 };
@@ -181,7 +182,8 @@ void XMLUIBinder::makeActions(int first, int last)
         shown->isGone = false;
     }
     isArranged = false;
-    synchronise(first, last);
+    if (isMenuOpen()) // else they are filled when they are arranged
+        synchronise(first, last);
 }
 
 void XMLUIBinder::parkActions(int first, int last)
@@ -216,11 +218,17 @@ void XMLUIBinder::fill(Shown &shown, int row, bool isFrozen)
     }
 
     QAction &action = *shown.action;
-    action.setText(toLabel(name));
-    action.setToolTip(toToolTip(name));
-    QFont font = action.font();
-    font.setBold(index.data(XMLUIModel::SelectedRole).toBool());
-    action.setFont(font);
+    if (name != shown.name || action.text().isNull()) {
+        shown.name = name;
+        action.setText(toLabel(name));
+        action.setToolTip(toToolTip(name));
+    }
+    const bool isSelected = index.data(XMLUIModel::SelectedRole).toBool();
+    if (isSelected != action.font().bold()) {
+        QFont font = action.font();
+        font.setBold(isSelected);
+        action.setFont(font);
+    }
     action.setCheckable(index.data(XMLUIModel::CheckableRole).toBool());
     setGroup(shown);
     action.setChecked(index.data(XMLUIModel::CheckedRole).toBool());
