@@ -16,6 +16,8 @@
 #include <QJsonObject>
 #include <QProcess>
 #include <QRegularExpression>
+#include <QTcpServer>
+#include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -57,6 +59,11 @@ public:
         process.waitForFinished();
     }
 
+    void signal(int number) const
+    {
+        ::kill(static_cast<pid_t>(process.processId()), number);
+    }
+
     QString url(const QString &user = QString(), const QString &scheme = QStringLiteral("nats")) const
     {
         return scheme + QStringLiteral("://") + (user.isEmpty() ? user : user + QLatin1Char('@'))
@@ -93,6 +100,62 @@ private:
     QTemporaryDir folder;
     QProcess process;
     QString port;
+};
+
+/** Stands between processes and a server, and cuts, stops and delays what goes through. */
+class Proxy : public QTcpServer
+{
+public:
+    explicit Proxy(const QString &url) : port(url.section(QLatin1Char(':'), -1).toUShort())
+    {
+        listen(QHostAddress::LocalHost);
+        connect(this, &QTcpServer::newConnection, this, &Proxy::accept);
+    }
+
+    QString url() const
+    {
+        return QStringLiteral("nats://127.0.0.1:%1").arg(serverPort());
+    }
+
+    void cut()
+    {
+        for (QTcpSocket *const socket : findChildren<QTcpSocket *>())
+            socket->abort();
+    }
+
+    int delay = 0; ///< ms for all that comes; what comes before it is changed keeps its own
+    bool stopped = false;
+
+    void carryOn()
+    {
+        stopped = false;
+        for (QTcpSocket *const socket : findChildren<QTcpSocket *>())
+            Q_EMIT socket->readyRead();
+    }
+
+private:
+    void accept()
+    {
+        QTcpSocket *const client = nextPendingConnection();
+        auto *const server = new QTcpSocket(this);
+        server->connectToHost(QHostAddress::LocalHost, port);
+        join(client, server);
+        join(server, client);
+    }
+
+    void join(QTcpSocket *from, QTcpSocket *to)
+    {
+        connect(from, &QTcpSocket::disconnected, to, [to] { to->disconnectFromHost(); });
+        connect(from, &QTcpSocket::disconnected, from, &QObject::deleteLater);
+        connect(from, &QTcpSocket::readyRead, to, [this, from, to] {
+            if (stopped)
+                return;
+            const QByteArray bytes = from->readAll();
+            QTimer::singleShot(delay, Qt::PreciseTimer, to, [to, bytes] { to->write(bytes); });
+        });
+    }
+
+    const quint16 port;
 };
 
 XMLNatsTransport::Options optionsOf(const QString &urls)
@@ -220,6 +283,8 @@ class TestBus : public QObject
 
 private Q_SLOTS:
     void serverDies();
+    void serverStops();
+    void connectionsSuffer();
     void clusterFailsOver();
     void peerDies();
     void peerStops();
@@ -264,6 +329,37 @@ void TestBus::serverDies()
     sendThrough(asker, [&server](int) {
         server.kill();
         server.start();
+    });
+}
+
+void TestBus::serverStops()
+{
+    BusServer server;
+    const Echo echo(server.url());
+    Asker asker(optionsOf(server.url()));
+    sendThrough(asker, [&server](int) {
+        server.signal(SIGSTOP);
+        QTest::qWait(700);
+        server.signal(SIGCONT);
+    });
+}
+
+void TestBus::connectionsSuffer()
+{
+    BusServer server;
+    Proxy proxy(server.url());
+    const Echo echo(proxy.url());
+    Asker asker(optionsOf(proxy.url()));
+    sendThrough(asker, [&proxy](int i) {
+        if (i % 3 == 0)
+            return proxy.cut();
+        if (i % 3 == 1) {
+            proxy.delay = proxy.delay == 0 ? 20 : 0;
+            return;
+        }
+        proxy.stopped = true;
+        QTest::qWait(2500);
+        proxy.carryOn();
     });
 }
 

@@ -9,6 +9,7 @@
 #include <zqxmlkit/testing.h>
 #include <zqxmlkit/xmlendpoint.h>
 
+#include "../../zqxmlgate/gateframe_p.h"
 #include "texts.h"
 
 #include <testtools.h>
@@ -156,6 +157,10 @@ class TestGate : public QObject
 private Q_SLOTS:
     void nothingIsLost();
     void deaths();
+    void visibility();
+    void names();
+    void activation();
+    void strangers();
 };
 
 /** Whatever the pipe does with the frames, all comes, once, in order; equal ones too. */
@@ -235,6 +240,198 @@ void TestGate::deaths()
     processes.clear();
     const qint64 missing = books.taken - countOf(books.received);
     QVERIFY2(missing <= books.lost, qPrintable(QStringLiteral("%1 missing, %2 lost").arg(missing).arg(books.lost)));
+}
+
+/** What is not exported is not seen, and not reached; a sender can be answered, and what goes is told once. */
+void TestGate::visibility()
+{
+    const auto pipe = std::make_shared<XMLPipe>();
+    Books books;
+    Process a(pipe, QStringLiteral("a"), books);
+    XMLRouter router(nullptr);
+    XMLGateway gateway(&router, std::make_unique<XMLPipeTransport>(pipe), QStringLiteral("b"));
+    XMLRecordingAgent desk(router, 200);
+    auto unwanted = std::make_unique<XMLRecordingAgent>(a.router, shopType + 2);
+    gateway.setImportFilter(
+        [](const QString &peer, int type) { return peer == QLatin1String("a") && type != shopType + 2; });
+    a.gateway->exportAgentsOfType(shopType + 2);
+    a.gateway->exportAgent(XMLRouter::getXMLCommServerID());
+    QTRY_COMPARE(router.findAgentsOfType(XMLAgent::COMM_SERVER_AGENT_TYPE).size(), 2u);
+    QTRY_VERIFY(router.findAgentOfType(shopType) != 0);
+    QCOMPARE(router.findAgentOfType(shopType + 1), 0);
+    QCOMPARE(router.findAgentOfType(shopType + 2), 0);
+
+    const int shop = router.findAgentOfType(shopType);
+    QCOMPARE(gateway.peerOf(shop), QStringLiteral("a"));
+    a.shop.onReceive = [&a](XMLPacket &packet) {
+        const int sender = packet.getSourceAgentID();
+        QCOMPARE(a.router.getAgentType(sender), int(XMLAgent::NO_AGENT_TYPE));
+        a.router.send(a.shop.getXMLPacket(sender));
+    };
+    router.send(desk.getXMLPacket(shop));
+    QTRY_COMPARE(desk.packets.size(), 1u);
+    QCOMPARE(desk.packets[0]->getSourceAgentID(), shop);
+    const int unlisted = a.shop.packets[0]->getSourceAgentID();
+    {
+        XMLRecordingAgent passing(router, 201);
+        router.send(passing.getXMLPacket(shop));
+        QTRY_COMPARE(passing.packets.size(), 1u);
+    }
+    QTRY_COMPARE(a.shop.removed.size(), 1);
+    QVERIFY(a.router.contains(unlisted));
+
+    a.shop.removed.clear();
+    const int before = int(desk.removed.size());
+    a.router.remove(&a.shop);
+    QTRY_VERIFY(!router.contains(shop));
+    QCOMPARE(desk.removed.mid(before), QList<int>{shop});
+    a.router.add(&a.shop);
+    QTRY_VERIFY(router.findAgentOfType(shopType) > shop);
+    unwanted.reset();
+}
+
+/** The second of a name stays out, whoever it is, and the first one is left in peace. */
+void TestGate::names()
+{
+    const auto pipe = std::make_shared<XMLPipe>();
+    Books books;
+    Process a(pipe, QStringLiteral("a"), books);
+    Process b(pipe, QStringLiteral("b"), books);
+    QTRY_COMPARE(a.others().size(), 1u);
+    Process twin(pipe, QStringLiteral("a"), books);
+    bool taken = false;
+    connect(twin.gateway.get(), &XMLGateway::nameTaken, this, [&taken] { taken = true; });
+    QTRY_VERIFY(taken);
+    QVERIFY(!twin.gateway->isJoined());
+    QCOMPARE(twin.others().size(), 0u);
+    QCOMPARE(b.others().size(), 1u);
+    b.send(b.others().front(), QStringLiteral("1"), true);
+    QTRY_COMPARE(books.received[QStringLiteral("b>a")].size(), 1);
+    for (const char *const name : {"", "a", "all", "a.b", "*", "a b", "\303\274"})
+        QCOMPARE(XMLGateway::isName(QString::fromUtf8(name)), qstrcmp(name, "a") == 0);
+}
+
+/** An agent that is asked for elsewhere gets what was sent before it was there; one that cannot be made is removed. */
+void TestGate::activation()
+{
+    class Maker : public XMLAgentBroker
+    {
+    public:
+        int createAgent(int type) override
+        {
+            if (type == 300)
+                made = std::make_unique<XMLRecordingAgent>(*router, type);
+            return type == 300 ? made->getAgentID() : 0;
+        }
+
+        std::unique_ptr<XMLRecordingAgent> made;
+    };
+
+    const auto pipe = std::make_shared<XMLPipe>();
+    Books books;
+    Process a(pipe, QStringLiteral("a"), books);
+    Process b(pipe, QStringLiteral("b"), books);
+    auto *const maker = new Maker;
+    a.router.setAgentBroker(new XMLGatewayBroker(a.gateway.get(), std::unique_ptr<XMLAgentBroker>(maker)));
+    b.router.setAgentBroker(new XMLGatewayBroker(b.gateway.get()));
+    QCOMPARE(b.router.supplyAgentOfType(300), 0);
+    a.gateway->offerAgentsOfType(300);
+    a.gateway->offerAgentsOfType(301);
+    int proxy = 0;
+    QTRY_VERIFY((proxy = b.router.supplyAgentOfType(300)) != 0);
+    b.router.send(b.shop.getXMLPacket(proxy));
+    QTRY_VERIFY(maker->made && maker->made->packets.size() == 1);
+    QCOMPARE(b.router.supplyAgentOfType(300), proxy);
+    int lost = 0;
+    connect(b.gateway.get(), &XMLGateway::packetsLost, this, [&lost](const QString &, int count) { lost += count; });
+    const int failing = b.router.supplyAgentOfType(301);
+    QVERIFY(failing != 0);
+    b.router.send(b.shop.getXMLPacket(failing));
+    QTRY_COMPARE(lost, 1);
+    QCOMPARE(b.shop.removed.count(failing), 1);
+    QCOMPARE(a.router.supplyAgentOfType(301), 0);
+    a.router.setAgentBroker(nullptr);
+    b.router.setAgentBroker(nullptr);
+    books.lost = 0;
+}
+
+/** Whatever a stranger sends, in a session or not, it is counted, and two others go on as if nothing was. */
+void TestGate::strangers()
+{
+    const quint32 seed = QRandomGenerator::global()->generate();
+    qInfo("seed %u", seed);
+    Mischief mischief(seed);
+    const auto pipe = std::make_shared<XMLPipe>();
+    Books books;
+    Process a(pipe, QStringLiteral("a"), books);
+    Process b(pipe, QStringLiteral("b"), books);
+    QTRY_COMPARE(a.others().size(), 1u);
+    QStringList problems;
+    connect(a.gateway.get(), &XMLGateway::problem, this, [&problems](const QString &line) { problems << line; });
+    QStringList reasons;
+    connect(a.gateway.get(), &XMLGateway::peerLeft, this,
+            [&reasons](const QString &, const QString &reason) { reasons << reason; });
+
+    const auto drawFrame = [&mischief](quint64 mine, quint64 theirs, quint64 &sent) {
+        GateFrame frame;
+        frame.kind = mischief.below(8) > 0 ? GateFrame::Data : GateFrame::Kind(1 + mischief.below(5));
+        frame.from = mine;
+        frame.to = theirs;
+        frame.number = sent + 1;
+        frame.body = QByteArray(1, char(mischief.below(4)));
+        for (int more = mischief.below(40); more > 0; --more)
+            frame.body += char("PARWOFzq<x/>\0\1\377"[mischief.below(16)]);
+        if (mischief.below(20) == 0)
+            frame.received = quint64(mischief.below(1000));
+        QByteArray bytes = frame.toBytes();
+        if (mischief.below(8) == 0)
+            bytes.truncate(mischief.below(int(bytes.size())));
+        else if (frame.kind == GateFrame::Data && frame.received == 0)
+            ++sent;
+        return bytes;
+    };
+    for (int rogue = 0; rogue < 20; ++rogue) {
+        XMLPipeTransport transport(pipe);
+        const QByteArray name = "rogue" + QByteArray::number(rogue);
+        transport.join(name);
+        quint64 mine = (quint64(7) << 32) + 1;
+        quint64 theirs = 0;
+        quint64 sent = 0;
+        QByteArray other = GateFrame().toBytes();
+        other[2] = 9;
+        if (rogue == 0)
+            transport.send("a", other, false);
+        for (int turn = 0; turn < 60; ++turn) {
+            XMLTransport::Arrival arrival;
+            GateFrame frame;
+            while (transport.take(arrival)) {
+                if (rogue % 2 == 0 || GateFrame::read(arrival.frame, frame) != GateFrame::Readable
+                    || frame.kind != GateFrame::Open)
+                    continue;
+                if (theirs != frame.from)
+                    sent = 0;
+                theirs = frame.from;
+                GateFrame answer;
+                answer.kind = GateFrame::Open;
+                answer.from = mine;
+                answer.to = theirs;
+                answer.body = QByteArray(12, '\1');
+                transport.send("a", answer.toBytes(), false);
+            }
+            transport.send("a", drawFrame(mine, theirs, sent), false);
+            if (turn % 10 == 0) {
+                a.send(a.others().front(), QStringLiteral("%1 %2").arg(rogue).arg(turn), true);
+                b.send(b.others().front(), QStringLiteral("%1 %2").arg(rogue).arg(turn), false);
+            }
+            QCoreApplication::processEvents();
+        }
+    }
+    QTRY_COMPARE(countOf(books.received), countOf(books.sent));
+    QVERIFY(books.received == books.sent);
+    QVERIFY(a.gateway->counts().unreadable > 100);
+    QCOMPARE(problems.filter(QStringLiteral("speaks version 9 of the bus, not 1")).size(), 1);
+    QVERIFY(!problems.filter(QStringLiteral("sends what cannot be read")).isEmpty());
+    QVERIFY(!reasons.filter(QStringLiteral("cannot be read")).isEmpty());
 }
 
 ZQXML_TEST_MAIN(TestGate)
