@@ -62,6 +62,12 @@ QString traceRead(const QByteArray &input);
 /** Returns an input for traceRead(), mostly with some bytes changed. */
 QByteArray traceExample(quint32 seed);
 
+/** Steps of two sessions between which frames get lost, doubled, late and forged. */
+QString busFrames(const QByteArray &input);
+
+/** Returns an input for busFrames(). */
+QByteArray busExample(quint32 seed);
+
 struct Driver {
     const char *name; ///< of the fuzzer, and of the folder of its inputs
     QString (*run)(const QByteArray &input);
@@ -72,7 +78,7 @@ constexpr Driver ALL[] = {
     {"text-to-xml", textToXml, textExample}, {"xml-to-text", xmlToText, treeExample},
     {"numbers", numbers, textExample},       {"round-trip", roundTrip, textExample},
     {"wire-read", wireRead, wireExample},    {"wire-trees", wireTrees, bytesExample},
-    {"trace-read", traceRead, traceExample},
+    {"trace-read", traceRead, traceExample}, {"bus-frames", busFrames, busExample},
 };
 
 } // namespace drivers

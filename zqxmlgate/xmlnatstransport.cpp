@@ -397,7 +397,7 @@ private:
 };
 
 XMLNatsTransport::XMLNatsTransport(const Options &options, QObject *parent)
-    : XMLTransport(parent), worker(std::make_unique<Worker>(this, options))
+    : XMLTransport(parent), ownWorker(std::make_unique<Worker>(this, options))
 {
 }
 
@@ -405,17 +405,17 @@ XMLNatsTransport::~XMLNatsTransport() = default;
 
 void XMLNatsTransport::join(const QByteArray &name)
 {
-    worker->start(name);
+    ownWorker->start(name);
 }
 
 bool XMLNatsTransport::send(const QByteArray &to, const QByteArray &frame, bool probe)
 {
-    return worker->send(to, frame, probe);
+    return ownWorker->send(to, frame, probe);
 }
 
 bool XMLNatsTransport::isConnected() const
 {
-    return worker->isConnected();
+    return ownWorker->isConnected();
 }
 
 QString XMLNatsTransport::withoutSecrets(const QString &text)

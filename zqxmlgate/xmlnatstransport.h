@@ -52,7 +52,7 @@ public:
 private:
     class Worker;
 
-    const std::unique_ptr<Worker> worker;
+    const std::unique_ptr<Worker> ownWorker;
 };
 
 #endif

@@ -3,7 +3,6 @@
 
 #include "xmlpipetransport.h"
 
-#include <QMutexLocker>
 
 #include <algorithm>
 
@@ -19,7 +18,7 @@ XMLPipe::~XMLPipe() = default;
 
 void XMLPipe::setConnected(bool connected)
 {
-    const QMutexLocker<QMutex> locked(&mutex);
+    const std::lock_guard<std::mutex> locked(mutex);
     isUp = connected;
     for (XMLPipeTransport *const end : ends) {
         QMetaObject::invokeMethod(
@@ -34,7 +33,7 @@ bool XMLPipe::happens(double chance)
 
 bool XMLPipe::carry(XMLPipeTransport *from, const QByteArray &to, const QByteArray &frame, bool probe)
 {
-    const QMutexLocker<QMutex> locked(&mutex);
+    const std::lock_guard<std::mutex> locked(mutex);
     if (!isUp)
         return false;
     bool taken = false;
@@ -74,7 +73,7 @@ XMLPipeTransport::XMLPipeTransport(std::shared_ptr<XMLPipe> pipe, QObject *paren
 
 XMLPipeTransport::~XMLPipeTransport()
 {
-    const QMutexLocker<QMutex> locked(&ownPipe->mutex);
+    const std::lock_guard<std::mutex> locked(ownPipe->mutex);
     auto &ends = ownPipe->ends;
     ends.erase(std::remove(ends.begin(), ends.end(), this), ends.end());
     ownPipe->heldBack.erase(this);
@@ -82,7 +81,7 @@ XMLPipeTransport::~XMLPipeTransport()
 
 void XMLPipeTransport::join(const QByteArray &name)
 {
-    const QMutexLocker<QMutex> locked(&ownPipe->mutex);
+    const std::lock_guard<std::mutex> locked(ownPipe->mutex);
     ownName = name;
     ownPipe->ends.push_back(this);
     if (ownPipe->isUp) {
@@ -98,6 +97,6 @@ bool XMLPipeTransport::send(const QByteArray &to, const QByteArray &frame, bool 
 
 bool XMLPipeTransport::isConnected() const
 {
-    const QMutexLocker<QMutex> locked(&ownPipe->mutex);
+    const std::lock_guard<std::mutex> locked(ownPipe->mutex);
     return ownPipe->isUp;
 }

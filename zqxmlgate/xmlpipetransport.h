@@ -10,6 +10,7 @@
 
 #include <map>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 class XMLPipeTransport;
@@ -43,7 +44,7 @@ private:
     XMLPipe(const XMLPipe &) = delete;
     XMLPipe &operator=(const XMLPipe &) = delete;
 
-    QMutex mutex;
+    std::mutex mutex;
     const Faults faults;
     QRandomGenerator random;
     bool isUp;

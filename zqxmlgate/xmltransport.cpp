@@ -3,8 +3,6 @@
 
 #include "xmltransport.h"
 
-#include <QMutexLocker>
-
 namespace {
 
 constexpr qint64 mostBytes = 64 << 20;
@@ -24,7 +22,7 @@ XMLTransport::XMLTransport(QObject *parent) : QObject(parent), allBytes(0), anno
 
 void XMLTransport::put(const Arrival &arrival)
 {
-    const QMutexLocker<QMutex> locked(&mutex);
+    const std::lock_guard<std::mutex> locked(mutex);
     qint64 &bytesOfOne = bytesOf[arrival.sender];
     const qint64 cost = costOf(arrival);
     if (allBytes + cost > mostBytes || bytesOfOne + cost > mostBytesOfOne)
@@ -38,7 +36,7 @@ void XMLTransport::put(const Arrival &arrival)
 
 bool XMLTransport::take(Arrival &arrival)
 {
-    const QMutexLocker<QMutex> locked(&mutex);
+    const std::lock_guard<std::mutex> locked(mutex);
     if (inbox.empty()) {
         announced = false;
         return false;

@@ -7,11 +7,11 @@
 #include <zqxmlgate/zqxmlgate_export.h>
 
 #include <QByteArray>
-#include <QMutex>
 #include <QObject>
 
 #include <deque>
 #include <map>
+#include <mutex>
 
 /**
  * Carries the frames of an XMLGateway to others by their names. A transport promises little: a frame may get lost, come
@@ -63,7 +63,7 @@ protected:
     void put(const Arrival &arrival);
 
 private:
-    QMutex mutex;
+    std::mutex mutex;
     std::deque<Arrival> inbox;
     std::map<QByteArray, qint64> bytesOf; // of each sender in the inbox
     qint64 allBytes;
