@@ -3,7 +3,6 @@
 
 #include "xmlpipetransport.h"
 
-
 #include <algorithm>
 
 XMLPipe::XMLPipe() : XMLPipe(Faults())
