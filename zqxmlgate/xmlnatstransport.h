@@ -27,9 +27,9 @@ public:
     struct Options {
         QString urls; ///< nats:// or tls:// addresses of one server or of a cluster, with commas between them
         QString bus = QStringLiteral("main"); ///< the part of the subjects that keeps buses of a server apart
-        QString user;
-        QString password;
-        QString token;
+        QString user; ///< with the password, where the addresses hold none
+        QString password; ///< of the user
+        QString token; ///< in place of user and password
         QString credentialsFile; ///< with a JWT and the key to sign with
         QString tlsCaFile; ///< PEM certificates that the server's is checked against, in place of the system's
         QString tlsCertificateFile; ///< PEM certificate that the server wants to see
@@ -37,6 +37,7 @@ public:
         QString tlsHostName; ///< what the server's certificate is to name, in place of the host in the address
     };
 
+    /** Makes a transport that connects as \a options say once it joins. */
     explicit XMLNatsTransport(const Options &options, QObject *parent = nullptr);
 
     /** Sends what waits, if there is a connection, and disconnects. */

@@ -27,7 +27,7 @@ public:
     /** What has come. */
     struct Arrival {
         QByteArray sender; ///< the name, for which the transport vouches as far as its server does
-        QByteArray frame;
+        QByteArray frame; ///< as it was given to send()
         bool absent; ///< no frame: nobody has the name \c sender
     };
 
