@@ -288,7 +288,7 @@ void GateSession::acceptPart(quint64 number, const QByteArray &body)
 
 void GateSession::takePart(const QByteArray &body)
 {
-    const int flags = body.at(0);
+    const int flags = static_cast<unsigned char>(body.at(0));
     if (flags & GateFrame::First) {
         partial.clear();
         inMessage = true;

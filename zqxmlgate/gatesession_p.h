@@ -57,7 +57,7 @@ public:
     bool isRelieved() const; ///< Returns whether less than half of the backlog waits.
 
     static constexpr int partSize = 60 * 1024; ///< bytes of a message in a frame
-    static constexpr qint64 backlogBytes = 32 * 1024 * 1024;
+    static constexpr qint64 backlogBytes = 32 << 20;
     static constexpr int backlogPackets = 20000;
 
 protected:

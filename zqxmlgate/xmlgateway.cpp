@@ -73,7 +73,7 @@ quint32 toWord(int number)
 
 quint32 wordAt(const QByteArray &message, int index)
 {
-    return qFromBigEndian<quint32>(message.constData() + 1 + 4 * index);
+    return qFromBigEndian<quint32>(message.constData() + 1 + std::ptrdiff_t(4) * index);
 }
 
 int numberAt(const QByteArray &message, int index)

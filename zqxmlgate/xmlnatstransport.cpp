@@ -18,10 +18,10 @@
 
 namespace {
 
-constexpr qint64 mostBytes = 4 << 20; // that wait to be sent
-constexpr qint64 costOfEach = 200;
-constexpr int shortestPause = 100; // ms
-constexpr int longestPause = 5000;
+constexpr qint64 mostWaitingBytes = 4 << 20; // that wait to be sent
+constexpr qint64 costOfWaiting = 200; // bytes beside the frame
+constexpr int shortestRetry = 100; // ms
+constexpr int longestRetry = 5000;
 constexpr int connectTime = 2000;
 constexpr int writeTime = 2000;
 constexpr int flushTime = 1000;
@@ -42,7 +42,7 @@ using SubscriptionPointer = std::unique_ptr<natsSubscription, Destroy<natsSubscr
 
 int pauseAfter(int attempts)
 {
-    return std::min(shortestPause << std::min(attempts, 6), longestPause);
+    return std::min(shortestRetry << std::min(attempts, 6), longestRetry);
 }
 
 } // namespace
@@ -80,11 +80,11 @@ public:
         const std::lock_guard<std::mutex> locked(mutex);
         if (!connected)
             return false;
-        if (waitingBytes > mostBytes) {
+        if (waitingBytes > mostWaitingBytes) {
             refused = true;
             return false;
         }
-        waitingBytes += frame.size() + costOfEach;
+        waitingBytes += frame.size() + costOfWaiting;
         if (waiting.empty())
             changed.notify_all();
         waiting.push_back({to, frame, probe});
@@ -132,7 +132,7 @@ private:
         const std::lock_guard<std::mutex> locked(workersMutex());
         key = ++lastKey;
         workers()[key] = this;
-        return reinterpret_cast<void *>(key);
+        return reinterpret_cast<void *>(key); // NOLINT(performance-no-int-to-ptr): it is never followed
     }
 
     void strikeOff()
@@ -286,6 +286,7 @@ private:
         for (const QString &url : options.urls.split(QLatin1Char(',')))
             urls.push_back(url.trimmed().toUtf8());
         std::vector<const char *> pointers;
+        pointers.reserve(urls.size());
         for (const QByteArray &url : urls)
             pointers.push_back(url.constData());
         return natsOptions_SetServers(created, pointers.data(), static_cast<int>(pointers.size()));

@@ -119,7 +119,7 @@ protected:
 
 private:
     using Cells = std::unique_ptr<QVariant[]>;
-    struct Row {
+    struct Q_DECL_HIDDEN Row {
         Cells cells; // null while the record waits to be converted
         quint64 key = 0;
         bool isOld = false; // was there before the refresh and has not come yet

@@ -43,7 +43,7 @@ QString toLabel(const QString &name)
 
 QString toToolTip(const QString &name)
 {
-    const QString line = toLine(name, maxToolTip);
+    QString line = toLine(name, maxToolTip);
     // A tool tip guesses whether it is markup, and only markup is broken into lines.
     if (!Qt::mightBeRichText(line) && line.size() <= XMLUIBinder::MAX_TEXT)
         return line;
