@@ -52,6 +52,9 @@ std::unique_ptr<XMLPacket> toPacket(const PlainRecords &records)
     return packet;
 }
 
+enum What { SET_RECORDS, SET_PAGES, REFRESH, UPDATE, REMOVE };
+
+/** What happens, drawn from a seed; who derives does it and notes what comes of it. */
 class Script
 {
 public:
@@ -63,41 +66,17 @@ protected:
 
     void run()
     {
+        static constexpr What whats[] = {SET_RECORDS, SET_PAGES, REFRESH, REFRESH, UPDATE, UPDATE, UPDATE, REMOVE};
         for (int step = 0; step < 20; ++step) {
-            const PlainRecords first = draw();
-            const PlainRecords second = draw();
-            const bool fails = random.below(3) == 0;
-            switch (random.below(8)) {
-            case 0:
-                setRecords(first, second);
-                break;
-            case 1:
-                setPages(first);
-                break;
-            case 2:
-            case 3:
-                refresh(first, fails);
-                break;
-            case 4:
-            case 5:
-            case 6:
-                update(first);
-                break;
-            case 7:
-                for (unsigned int key = 1; key < 4; ++key)
-                    remove(key);
-                break;
-            }
-            show();
+            const What what = random.oneOf(whats);
+            const PlainRecords records = draw();
+            const PlainRecords meanwhile = draw();
+            perform(what, records, meanwhile, random.below(3) == 0);
         }
     }
 
-    virtual void setRecords(const PlainRecords &records, const PlainRecords &updatesMeanwhile) = 0;
-    virtual void setPages(const PlainRecords &records) = 0;
-    virtual void refresh(const PlainRecords &records, bool fails) = 0;
-    virtual void update(const PlainRecords &records) = 0;
-    virtual void remove(unsigned int key) = 0;
-    virtual void show() = 0;
+    /** Does \a what; a refresh may fail after its records, and updates come while records are set. */
+    virtual void perform(What what, const PlainRecords &records, const PlainRecords &meanwhile, bool fails) = 0;
 
     void note(int row, const QString &name, unsigned int key, int identity)
     {
@@ -132,31 +111,31 @@ private:
         bool isTouched;
     };
 
-    void setRecords(const PlainRecords &records, const PlainRecords &updatesMeanwhile) override
+    void perform(What what, const PlainRecords &records, const PlainRecords &meanwhile, bool fails) override
     {
-        rows.clear();
-        for (const PlainRecord &record : records)
-            rows.push_back({record, ++lastIdentity, true});
-        update(updatesMeanwhile);
-    }
-
-    void setPages(const PlainRecords &records) override
-    {
-        rows.clear();
-        update(records);
-    }
-
-    void refresh(const PlainRecords &records, bool fails) override
-    {
+        if (what == SET_RECORDS || what == SET_PAGES)
+            rows.clear();
         for (Row &row : rows)
-            row.isTouched = false;
-        update(records);
+            row.isTouched = what != REFRESH || fails;
+        if (what == SET_RECORDS) { // as they are: two may share a key
+            for (const PlainRecord &record : records)
+                rows.push_back({record, ++lastIdentity, true});
+        }
+        if (what != REMOVE)
+            update(what == SET_RECORDS ? meanwhile : records);
+        for (unsigned int key = 1; what == REMOVE && key < 4; ++key) {
+            const auto found = find(key);
+            if (found != rows.end())
+                rows.erase(found);
+        }
         const auto isOld = [](const Row &row) { return !row.isTouched; };
-        if (!fails)
-            rows.erase(std::remove_if(rows.begin(), rows.end(), isOld), rows.end());
+        rows.erase(std::remove_if(rows.begin(), rows.end(), isOld), rows.end());
+        int number = 0;
+        for (const Row &row : rows)
+            note(number++, QStringLiteral("record %1").arg(row.record.content), row.record.key, row.identity);
     }
 
-    void update(const PlainRecords &records) override
+    void update(const PlainRecords &records)
     {
         for (const PlainRecord &record : records) {
             const auto found = find(record.key);
@@ -167,23 +146,9 @@ private:
         }
     }
 
-    void remove(unsigned int key) override
-    {
-        const auto found = find(key);
-        if (found != rows.end())
-            rows.erase(found);
-    }
-
     std::vector<Row>::iterator find(unsigned int key)
     {
         return std::find_if(rows.begin(), rows.end(), [key](const Row &row) { return row.record.key == key; });
-    }
-
-    void show() override
-    {
-        int number = 0;
-        for (const Row &row : rows)
-            note(number++, QStringLiteral("record %1").arg(row.record.content), row.record.key, row.identity);
     }
 
     std::vector<Row> rows;
@@ -207,42 +172,27 @@ public:
     }
 
 private:
-    void setRecords(const PlainRecords &records, const PlainRecords &updatesMeanwhile) override
-    {
-        model.setRecords(toPacket(records));
-        model.index(model.rowCount() - 1, 0).data(); // before its turn
-        update(updatesMeanwhile);
-        wait();
-    }
-
-    void setPages(const PlainRecords &records) override
-    {
-        model.setPages(ask(records, false));
-        wait();
-    }
-
-    void refresh(const PlainRecords &records, bool fails) override
-    {
-        model.refresh(ask(records, fails));
-        wait();
-    }
-
-    void update(const PlainRecords &records) override
-    {
-        model.update(XMLRecords(*toPacket(records)));
-    }
-
-    void remove(unsigned int key) override
-    {
-        model.remove({key, 7});
-    }
-
-    XMLPages *ask(const PlainRecords &records, bool fails)
+    void perform(What what, const PlainRecords &records, const PlainRecords &meanwhile, bool fails) override
     {
         toSend = records;
-        isToFail = fails;
-        XMLAction action;
-        return requester.pages(server.getAgentID(), action);
+        lastAction = what == REFRESH && fails ? XMLRecordServer::FAILED : XMLRecordServer::LAST_PAGE;
+        XMLAction question;
+        if (what == SET_RECORDS) {
+            model.setRecords(toPacket(records));
+            model.index(model.rowCount() - 1, 0).data(); // before its turn
+            model.update(XMLRecords(*toPacket(meanwhile)));
+        } else if (what == SET_PAGES) {
+            model.setPages(requester.pages(server.getAgentID(), question));
+        } else if (what == REFRESH) {
+            model.refresh(requester.pages(server.getAgentID(), question));
+        } else if (what == UPDATE) {
+            model.update(XMLRecords(*toPacket(records)));
+        }
+        for (unsigned int key = 1; what == REMOVE && key < 4; ++key)
+            model.remove({key, 7});
+        while (model.isLoading())
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        show();
     }
 
     void sendPage(int asker)
@@ -253,26 +203,18 @@ private:
         packet->setSourceAgentID(server.getAgentID());
         packet->setDestinationAgentID(asker);
         XMLAction action;
-        action.setType(!toSend.empty() ? XMLRecordServer::PAGE
-                           : isToFail  ? XMLRecordServer::FAILED
-                                       : XMLRecordServer::LAST_PAGE);
+        action.setType(toSend.empty() ? lastAction : XMLRecordServer::PAGE);
         packet->append(action);
         server.sendPacket(std::move(packet));
     }
 
-    void wait()
+    void show()
     {
-        while (model.isLoading())
-            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    }
-
-    void show() override
-    {
+        const int column = static_cast<int>(model.columns().indexOf(QStringLiteral("name")));
         for (int row = 0; row < model.rowCount(); ++row) {
             const auto key = model.index(row, 0).data(XMLRecordModel::KeyRole).value<ZQKEY_ELEMENT>();
             const auto found = std::find_if(identities.begin(), identities.end(),
                                             [row](const auto &each) { return each.first.row() == row; });
-            const int column = static_cast<int>(model.columns().indexOf(QStringLiteral("name")));
             note(row, model.index(row, column).data().toString(), key.key, found->second);
         }
     }
@@ -285,7 +227,7 @@ private:
     std::vector<std::pair<QPersistentModelIndex, int>> identities;
     int lastIdentity = 0;
     PlainRecords toSend;
-    bool isToFail = false;
+    int lastAction = 0; // of the last page
 };
 
 } // namespace
@@ -328,20 +270,20 @@ void TestXMLRecordModel::types()
     QCOMPARE(order(0), QStringLiteral("abc"));
     QCOMPARE(order(1), QStringLiteral("cba"));
     QCOMPARE(order(2), QStringLiteral("abc"));
-    const auto value = [&model](int column) { return model.index(0, column).data(); };
-    QCOMPARE(value(1).toInt(), 10);
-    QCOMPARE(value(2).toDateTime(), QDateTime::fromMSecsSinceEpoch(86400000));
-    QCOMPARE(value(2).toDateTime().timeSpec(), Qt::LocalTime);
-    QCOMPARE(value(3).toString(), QStringLiteral("7, 255"));
-    QCOMPARE(value(4).toString(), QStringLiteral("a3:7"));
-    QCOMPARE(value(5), QVariant(true));
-    QVERIFY(!value(6).isValid());
+    const QDateTime arrived = QDateTime::fromMSecsSinceEpoch(86400000);
+    const QVariantList values{QStringLiteral("b"),    10,   arrived,   QStringLiteral("7, 255"),
+                              QStringLiteral("a3:7"), true, QVariant()};
+    const QStringList headers{QStringLiteral("Name")};
+    for (int column = 0; column < fields.size(); ++column) {
+        QCOMPARE(model.index(0, column).data().toString(), values.at(column).toString());
+        const auto header = [&](int role) { return model.headerData(column, Qt::Horizontal, role).toString(); };
+        QCOMPARE(header(Qt::DisplayRole), headers.value(column, fields.at(column)));
+        QCOMPARE(header(XMLRecordModel::FieldRole), fields.at(column));
+    }
+    QCOMPARE(model.index(0, 2).data().toDateTime().timeSpec(), Qt::LocalTime);
+    QVERIFY(!model.index(0, 6).data().isValid());
     QCOMPARE(model.index(0, 0).data(Qt::TextAlignmentRole).toInt(), int(Qt::AlignLeft | Qt::AlignVCenter));
     QCOMPARE(model.index(0, 1).data(Qt::TextAlignmentRole).toInt(), int(Qt::AlignRight | Qt::AlignVCenter));
-    QCOMPARE(model.headerData(0, Qt::Horizontal).toString(), QStringLiteral("Name"));
-    QCOMPARE(model.headerData(1, Qt::Horizontal).toString(), QStringLiteral("bytes"));
-    QCOMPARE(model.headerData(1, Qt::Horizontal, XMLRecordModel::FieldRole).toString(), QStringLiteral("bytes"));
-
     model.setKeyField(QStringLiteral("publicationKey"));
     QCOMPARE(model.rowCount(), 0);
     model.update(XMLRecords(packet));

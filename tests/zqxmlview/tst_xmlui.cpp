@@ -120,34 +120,42 @@ protected:
         return reaction < 2;
     }
 
+    /** A row of the model, and when it and its action were first seen. */
+    void noteRow(const QString &name, const QList<bool> &flags, int row, int action)
+    {
+        log << QStringLiteral("row %1 %2, %3, %4").arg(name, shown(flags)).arg(row).arg(action);
+    }
+
+    static QString itemOf(const QString &name, bool enabled, bool checked)
+    {
+        return QStringLiteral("%1, enabled %2, checked %3").arg(name).arg(enabled).arg(checked);
+    }
+
     std::vector<Plain> owned;
 
 private:
+    Plain draw(int type, int originator)
+    {
+        const auto mostly = [this] { return random.below(4) > 0; };
+        return {type, originator, ++lastContent, mostly(), mostly(), mostly(), random.below(2) == 0};
+    }
+
     void change()
     {
         for (int changes = 1 + random.below(3); changes > 0; --changes) {
             const int count = static_cast<int>(owned.size());
             const int what = random.below(count == 0 ? 1 : 5);
             const auto place = owned.begin() + random.below(count + (what == 0 ? 1 : 0));
-            switch (what) {
-            case 0:
-                owned.insert(place,
-                             {1 + random.below(4), 7 + random.below(2), ++lastContent, random.below(4) > 0,
-                              random.below(4) > 0, random.below(3) > 0, random.below(3) == 0});
-                break;
-            case 1:
+            if (what == 0)
+                owned.insert(place, draw(1 + random.below(4), 7 + random.below(2)));
+            else if (what == 1)
                 owned.erase(place);
-                break;
-            case 2:
+            else if (what == 2)
                 std::rotate(place, place + 1, owned.end());
-                break;
-            case 3:
+            else if (what == 3)
                 std::rotate(owned.begin(), place, place + 1);
-                break;
-            case 4:
-                *place = {place->type,         place->originator,   ++lastContent,       random.below(3) > 0,
-                          random.below(3) > 0, random.below(3) > 0, random.below(2) == 0};
-            }
+            else
+                *place = draw(place->type, place->originator);
         }
     }
 
@@ -167,30 +175,25 @@ public:
 private:
     void update() override
     {
-        const std::vector<Identity> before = identitiesOf(shown);
-        const std::vector<Identity> after = identitiesOf(owned);
-        shown = owned;
-        for (const Identity &identity : after) {
+        const std::vector<Identity> before = identitiesOf(seen);
+        seen = owned;
+        for (const Identity &identity : identitiesOf(seen)) {
             if (std::find(before.begin(), before.end(), identity) == before.end())
-                rects[identity] = 0;
-        }
-        for (const Identity &identity : after) {
-            if (rects[identity] == 0)
-                rects[identity] = ++lastRect;
+                numbers[identity] = ++lastNumber;
         }
     }
 
     void click(int row, bool, int reaction) override
     {
-        if (row >= static_cast<int>(shown.size()))
+        if (row >= static_cast<int>(seen.size()))
             return;
-        Plain &clicked = shown[static_cast<std::size_t>(row)];
+        Plain &clicked = seen[static_cast<std::size_t>(row)];
         const bool isMember = clicked.checkable && clicked.group() >= 0;
         if (!clicked.visible || !clicked.enabled || (isMember && clicked.checked))
             return;
         if (clicked.checkable)
             clicked.checked = !clicked.checked;
-        for (Plain &other : shown) {
+        for (Plain &other : seen) {
             if (isMember && &other != &clicked && other.group() == clicked.group())
                 other.checked = false;
         }
@@ -208,10 +211,10 @@ private:
 
     std::vector<Identity> visibleOnes() const
     {
-        const std::vector<Identity> all = identitiesOf(shown);
+        const std::vector<Identity> all = identitiesOf(seen);
         std::vector<Identity> visible;
-        for (std::size_t row = 0; row < shown.size(); ++row) {
-            if (shown[row].visible)
+        for (std::size_t row = 0; row < seen.size(); ++row) {
+            if (seen[row].visible)
                 visible.push_back(all[row]);
         }
         return visible;
@@ -219,36 +222,25 @@ private:
 
     void show() override
     {
-        const std::vector<Identity> all = identitiesOf(shown);
-        for (std::size_t row = 0; row < shown.size(); ++row) {
-            const Plain &each = shown[row];
-            log << QStringLiteral("row %1 %2 %3 %4 %5 %6")
-                       .arg(each.name())
-                       .arg(each.visible)
-                       .arg(each.enabled)
-                       .arg(each.checkable)
-                       .arg(each.checked)
-                       .arg(rects[all[row]]);
+        const std::vector<Identity> all = identitiesOf(seen);
+        for (std::size_t row = 0; row < seen.size(); ++row) {
+            const Plain &each = seen[row];
+            const int number = numbers[all[row]];
+            noteRow(each.name(), {each.visible, each.enabled, each.checkable, each.checked}, number, number);
         }
         for (const Identity &identity : isOpen ? inMenu : visibleOnes()) {
             const auto row = static_cast<std::size_t>(std::find(all.begin(), all.end(), identity) - all.begin());
-            if (row == all.size()) {
-                log << QStringLiteral("gone, enabled 0");
-                continue;
-            }
-            const Plain &each = shown[row];
-            log << QStringLiteral("%1, enabled %2, checked %3")
-                       .arg(each.name())
-                       .arg(each.enabled && each.visible)
-                       .arg(each.checkable && each.checked);
+            const Plain each = row < all.size() ? seen[row] : Plain();
+            log << (row < all.size() ? itemOf(each.name(), each.enabled && each.visible, each.checkable && each.checked)
+                                     : itemOf(QStringLiteral("gone"), false, false));
         }
     }
 
-    std::vector<Plain> shown;
+    std::vector<Plain> seen;
     std::vector<Identity> inMenu; // the rows that an open menu has, whatever happens
     bool isOpen = false;
-    std::map<Identity, int> rects;
-    int lastRect = 0;
+    std::map<Identity, int> numbers;
+    int lastNumber = 0;
 };
 
 /** The library between an owner and a menu. */
@@ -280,41 +272,21 @@ private:
         for (const Plain &each : owned) {
             XMLAction action(each.name(), each.type, each.originator);
             action.setJobID(each.content);
-            if (!each.visible)
-                action.setVisible(false);
-            if (!each.enabled)
-                action.setEnabled(false);
-            if (each.checkable)
-                action.setCheckable(true);
-            if (each.checked)
-                action.setChecked(true);
+            action.setVisible(each.visible);
+            action.setEnabled(each.enabled);
+            action.setCheckable(each.checkable);
+            action.setChecked(each.checked);
             ui.append(action);
         }
-        const std::map<Identity, QPointer<QAction>> before = actionsByIdentity();
         shop.send(view.getAgentID(), ui);
         QCoreApplication::processEvents();
-        for (const auto &[identity, action] : actionsByIdentity()) {
-            const auto was = before.find(identity);
-            if (was != before.end() && was->second != action)
-                log << QStringLiteral("made anew: %1").arg(action->text());
-        }
         XMLUIModel *const model = view.binder()->model();
         for (int row = 0; row < model->rowCount(); ++row) {
-            if (model->index(row).data(XMLUIModel::RectRole).toRect().isNull())
-                model->setData(model->index(row), QRect(0, 0, ++lastRect, 1), XMLUIModel::RectRole);
+            if (model->index(row).data(XMLUIModel::RectRole).toRect().isNull()) {
+                model->setData(model->index(row), QRect(0, 0, ++lastNumber, 1), XMLUIModel::RectRole);
+                view.binder()->actions().at(row)->setProperty("number", lastNumber);
+            }
         }
-    }
-
-    std::map<Identity, QPointer<QAction>> actionsByIdentity() const
-    {
-        std::map<Identity, QPointer<QAction>> result;
-        const QList<QAction *> actions = view.binder()->actions();
-        for (int row = 0; row < actions.size(); ++row) {
-            const QModelIndex index = view.binder()->model()->index(row);
-            result[{index.data(XMLUIModel::TypeRole).toInt(), index.data(XMLUIModel::OriginatorRole).toInt(),
-                    index.data(XMLUIModel::OccurrenceRole).toInt()}] = actions.at(row);
-        }
-        return result;
     }
 
     void click(int row, bool inModel, int reaction) override
@@ -343,13 +315,11 @@ private:
         const XMLUIModel *const model = view.binder()->model();
         for (int row = 0; row < model->rowCount(); ++row) {
             const auto value = [&](int role) { return model->index(row).data(role); };
-            log << QStringLiteral("row %1 %2 %3 %4 %5 %6")
-                       .arg(value(XMLUIModel::NameRole).toString())
-                       .arg(value(XMLUIModel::VisibleRole).toInt())
-                       .arg(value(XMLUIModel::EnabledRole).toInt())
-                       .arg(value(XMLUIModel::CheckableRole).toInt())
-                       .arg(value(XMLUIModel::CheckedRole).toInt())
-                       .arg(value(XMLUIModel::RectRole).toRect().width());
+            noteRow(value(XMLUIModel::NameRole).toString(),
+                    {value(XMLUIModel::VisibleRole).toBool(), value(XMLUIModel::EnabledRole).toBool(),
+                     value(XMLUIModel::CheckableRole).toBool(), value(XMLUIModel::CheckedRole).toBool()},
+                    value(XMLUIModel::RectRole).toRect().width(),
+                    view.binder()->actions().at(row)->property("number").toInt());
         }
         const QStringList inMenu = lookOf(menu);
         if (!menu.isVisible() && inMenu != lookOf(toolBar))
@@ -364,11 +334,8 @@ private:
         for (QAction *action : widget.actions()) {
             if (!action->isVisible() || action->parent() != view.binder())
                 continue;
-            look << (present.contains(action) ? QStringLiteral("%1, enabled %2, checked %3")
-                                                    .arg(action->text())
-                                                    .arg(action->isEnabled())
-                                                    .arg(action->isCheckable() && action->isChecked())
-                                              : QStringLiteral("gone, enabled %1").arg(action->isEnabled()));
+            look << itemOf(present.contains(action) ? action->text() : QStringLiteral("gone"), action->isEnabled(),
+                           present.contains(action) && action->isCheckable() && action->isChecked());
         }
         return look;
     }
@@ -380,7 +347,7 @@ private:
     QMenu menu;
     QToolBar toolBar;
     int reactionToCome = 0;
-    int lastRect = 0;
+    int lastNumber = 0;
 };
 
 } // namespace
@@ -396,22 +363,21 @@ void TestXMLUI::texts_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("label");
-    const auto row = [](const char *title, const QString &name, const QString &label) {
-        QTest::newRow(title) << name << label;
-    };
-    row("ampersands", QStringLiteral("&Save & &&go"), QStringLiteral("&&Save && &&&&go"));
-    row("markup", QStringLiteral("<b>bold</b> <img src='x'>"), QStringLiteral("<b>bold</b> <img src='x'>"));
-    row("lines", QStringLiteral("a\tb\r\nc%1d%2e").arg(QChar(0x2028)).arg(QChar(0)), QStringLiteral("a b  c d e"));
-    row("right to left", QStringLiteral("%1abc %2").arg(QChar(0x202e)).arg(QChar(0x5d0)),
-        QStringLiteral("%1abc %2").arg(QChar(0x202e)).arg(QChar(0x5d0)));
-    row("empty", QString(), QString());
-    row("as long as can be", QString(XMLUIBinder::MAX_TEXT, QLatin1Char('m')),
-        QString(XMLUIBinder::MAX_TEXT, QLatin1Char('m')));
-    row("10,000 characters", QString(10000, QLatin1Char('m')),
-        QString(XMLUIBinder::MAX_TEXT, QLatin1Char('m')) + QChar(0x2026));
+    const QString markup = QStringLiteral("<b>bold</b> <img src='x'>");
+    const QString rightToLeft = QStringLiteral("%1abc %2").arg(QChar(0x202e)).arg(QChar(0x5d0));
+    const QString longest(XMLUIBinder::MAX_TEXT, QLatin1Char('m'));
     const QString pair = QString::fromUcs4(U"\U0001f5a8", 1);
-    row("cut within a pair", QLatin1Char('m') + pair.repeated(60),
-        QLatin1Char('m') + pair.repeated((XMLUIBinder::MAX_TEXT - 1) / 2) + QChar(0x2026));
+    const QChar ellipsis(0x2026);
+    QTest::newRow("ampersands") << QStringLiteral("&Save & &&go") << QStringLiteral("&&Save && &&&&go");
+    QTest::newRow("markup") << markup << markup;
+    QTest::newRow("lines") << QStringLiteral("a\tb\r\nc%1d%2e").arg(QChar(0x2028)).arg(QChar(0))
+                           << QStringLiteral("a b  c d e");
+    QTest::newRow("right to left") << rightToLeft << rightToLeft;
+    QTest::newRow("empty") << QString() << QString();
+    QTest::newRow("as long as can be") << longest << longest;
+    QTest::newRow("10,000 characters") << QString(10000, QLatin1Char('m')) << longest + ellipsis;
+    QTest::newRow("cut within a pair") << QLatin1Char('m') + pair.repeated(60)
+                                       << QLatin1Char('m') + pair.repeated((XMLUIBinder::MAX_TEXT - 1) / 2) + ellipsis;
 }
 
 /** Whatever a name holds, it is shown as text, and the tool tip reads the same. */
@@ -464,14 +430,17 @@ void TestXMLUI::looks()
     QCOMPARE(binder.actions(), (QList<QAction *>{one, another, two}));
     QVERIFY(!binder.action(2, 6));
 
-    QCOMPARE(one->shortcut(), QKeySequence(Qt::Key_F2));
-    QVERIFY(another->shortcut().isEmpty());
-    QVERIFY(!one->font().bold());
-    QVERIFY(two->font().bold());
-    QVERIFY(one->actionGroup());
-    QVERIFY(one->actionGroup()->isExclusive());
-    QCOMPARE(two->actionGroup(), one->actionGroup());
-    QVERIFY(!another->actionGroup());
+    const auto lookOf = [one](const QAction *action) {
+        const QActionGroup *const group = action->actionGroup();
+        return QStringLiteral("'%1' bold %2 in one's group %3 exclusive %4")
+            .arg(action->shortcut().toString())
+            .arg(action->font().bold())
+            .arg(group == one->actionGroup())
+            .arg(group && group->isExclusive());
+    };
+    QCOMPARE(lookOf(one), QStringLiteral("'F2' bold 0 in one's group 1 exclusive 1"));
+    QCOMPARE(lookOf(another), QStringLiteral("'' bold 0 in one's group 0 exclusive 0"));
+    QCOMPARE(lookOf(two), QStringLiteral("'' bold 1 in one's group 1 exclusive 1"));
 
     const QList<QSize> small{QSize(1, 1)};
     const QList<QSize> large{QSize(8, 8)};
