@@ -6,15 +6,11 @@
 
 #include <standin/zqstandin.h>
 
-#include <QSqlDatabase>
-#include <QTemporaryDir>
-
 class tst_Standin : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
     void cleanup();
     void recordText_data();
     void recordText();
@@ -22,29 +18,12 @@ private Q_SLOTS:
     void malformedText();
     void valuesCannotBreakTheFormat();
     void chains();
-    void refusedSizes();
-    void progress();
-
-private:
-    QString path(const char *name) const
-    {
-        return directory->filePath(QLatin1String(name));
-    }
-
-    std::unique_ptr<QTemporaryDir> directory;
 };
-
-void tst_Standin::init()
-{
-    directory = std::make_unique<QTemporaryDir>();
-}
 
 void tst_Standin::cleanup()
 {
-    directory.reset();
     QCOMPARE(ZQLiveRecords(), 0u);
     QCOMPARE(ZQLiveConverters(), 0u);
-    QCOMPARE(QSqlDatabase::connectionNames(), QStringList());
 }
 
 void tst_Standin::recordText_data()
@@ -146,28 +125,6 @@ void tst_Standin::chains()
     }
     ZQPacketFreeList(&chain, JOB_TYPE);
     QVERIFY(!chain);
-}
-
-void tst_Standin::refusedSizes()
-{
-    QString error;
-    QVERIFY(!ZQCreateStore(path("refused"), {2, 0, 40, 1, 1}, {}, &error));
-    QCOMPARE(error, QStringLiteral("books need a publication"));
-    QVERIFY(!ZQCreateStore(path("refused"), {0, 1, 1, 1, 1}, {}, &error));
-    QCOMPARE(error, QStringLiteral("jobs need an output"));
-    QVERIFY(!QFile::exists(path("refused")));
-}
-
-void tst_Standin::progress()
-{
-    unsigned long long reported = 0;
-    const auto progress = [&reported](unsigned long long done, unsigned long long total) {
-        QCOMPARE(done, reported + 4096);
-        QCOMPARE(total, 9015ull);
-        reported = done;
-    };
-    QVERIFY(ZQCreateStore(path("progress"), {3, 5, 9000, 7, 1}, progress, nullptr));
-    QCOMPARE(reported, 8192ull);
 }
 
 ZQXML_TEST_MAIN(tst_Standin)

@@ -29,6 +29,9 @@ class PostgresServer
 public:
     PostgresServer()
     {
+        // For each connection the client library asks Kerberos, which reads its settings again by the clock and keeps
+        // blocks of them, so that each run would leave some.
+        qputenv("PGGSSENCMODE", "disable");
         QTcpServer unused;
         unused.listen(QHostAddress::LocalHost);
         port = QString::number(unused.serverPort());
@@ -208,13 +211,14 @@ QString tst_Store::perform(const QString &command)
     const ZQEXISTING existing = verb.startsWith(QLatin1String("re")) ? ZQ_REPLACE : ZQ_KEEP;
     QStringList lines;
     const auto number = [&words](int word) { return words.value(word).toUInt(); };
-    const auto progress = [&lines](unsigned long long done, unsigned long long total) {
-        lines << QStringLiteral("%1 of %2").arg(done).arg(total);
+    const auto progress = [&](unsigned long long done, unsigned long long total) {
+        if (existing == ZQ_KEEP) // how far a replacement comes that fails is up to the server
+            lines << QStringLiteral("%1 of %2").arg(done).arg(total);
     };
     QString error;
     bool ok = true;
     if (verb.endsWith(QLatin1String("make"))) {
-        ok = ZQCreateStore(store, {number(2), number(3), number(4), number(5), number(6)}, {}, &error, existing);
+        ok = ZQCreateStore(store, {number(2), number(3), number(4), number(5), number(6)}, progress, &error, existing);
     } else if (verb.endsWith(QLatin1String("sample"))) {
         ok = ZQCreateSampleStore(store, &error, existing);
     } else if (verb.endsWith(QLatin1String("copy"))) {
