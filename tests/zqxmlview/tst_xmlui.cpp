@@ -370,7 +370,7 @@ void TestXMLUI::texts()
 {
     QFETCH(QByteArray, input);
     QFETCH(QByteArray, expected);
-    const QString name = QString::fromUtf8(input.chopped(1));
+    const QString name = QString::fromUtf8(input.constData(), int(input.size()) - 1); // with its zero byte
     const QString label = QString::fromUtf8(expected.chopped(1));
     XMLUIBinder binder;
     XMLUI ui;
