@@ -110,7 +110,7 @@ public:
 } // namespace
 
 /** What this gateway knows of another. */
-class XMLGateway::Peer : public GateSession
+class Q_DECL_HIDDEN XMLGateway::Peer : public GateSession
 {
 public:
     Peer(XMLGateway &gateway, const QByteArray &peerName)
@@ -274,7 +274,7 @@ public:
  * The packet that the gateway sends to itself behind those of peers. It keeps equal ones apart, and where it is deleted
  * the router has delivered what was in front of it.
  */
-class XMLGateway::Marker : public XMLPacket
+class Q_DECL_HIDDEN XMLGateway::Marker : public XMLPacket
 {
 public:
     Marker(XMLGateway *gateway, std::map<QByteArray, std::pair<quint64, quint64>> delivered)

@@ -48,7 +48,7 @@ int pauseAfter(int attempts)
 } // namespace
 
 /** Lives in a thread of its own beside those of the client library. */
-class XMLNatsTransport::Worker
+class Q_DECL_HIDDEN XMLNatsTransport::Worker
 {
 public:
     Worker(XMLNatsTransport *transport, const Options &wanted)

@@ -84,7 +84,7 @@ private:
 
 } // namespace
 
-struct XMLUIBinder::Identity {
+struct Q_DECL_HIDDEN XMLUIBinder::Identity {
     int type;
     int originator;
     int occurrence;
@@ -95,7 +95,7 @@ struct XMLUIBinder::Identity {
     }
 };
 
-struct XMLUIBinder::Shown {
+struct Q_DECL_HIDDEN XMLUIBinder::Shown {
     QAction *action = nullptr; // the binder's
     int type = 0;
     bool isGone = false; // from the user interface; waits for its menus to close

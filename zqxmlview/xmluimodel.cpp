@@ -25,7 +25,7 @@ bool readSwitch(const QDomElement &action, const QString &key, bool missing)
 
 } // namespace
 
-struct XMLUIModel::Item {
+struct Q_DECL_HIDDEN XMLUIModel::Item {
     int type;
     int originator;
     int occurrence; // of this type and originator
@@ -54,7 +54,7 @@ struct XMLUIModel::Item {
     }
 };
 
-struct XMLUIModel::Incoming {
+struct Q_DECL_HIDDEN XMLUIModel::Incoming {
     QDomElement element;
     ActionParts parts;
     int type;
