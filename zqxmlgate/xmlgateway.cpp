@@ -277,6 +277,7 @@ public:
 class Q_DECL_HIDDEN XMLGateway::Marker : public XMLPacket
 {
 public:
+    // cppcheck-suppress passedByValue ; it is moved
     Marker(XMLGateway *gateway, std::map<QByteArray, std::pair<quint64, quint64>> delivered)
         : owner(gateway), numbers(std::move(delivered))
     {
