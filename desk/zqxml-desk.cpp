@@ -19,7 +19,6 @@ namespace {
 std::optional<int> readArguments(int argc, char *argv[], QString &database)
 {
     const QCoreApplication application(argc, argv);
-    QCoreApplication::setApplicationVersion(QStringLiteral(ZQXML_VERSION));
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Shows outputs, jobs, publications and books in a window."));
     parser.addOption({QStringLiteral("database"),

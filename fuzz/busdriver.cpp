@@ -68,9 +68,9 @@ void carry(const QByteArray &bytes, Side &to, qint64 now)
 } // namespace
 
 /**
- * Each byte, with those behind it, is a step: frames are carried, lost, doubled and come late, time passes, messages are
- * sent. As long as no session ends, what comes is the beginning of what was sent. A byte from 240 on sends the rest of
- * the input as a frame from nowhere.
+ * Each byte, with those behind it, is a step: frames are carried, lost, doubled and come late, time passes, messages
+ * are sent. As long as no session ends, what comes is the beginning of what was sent. A byte from 240 on sends the rest
+ * of the input as a frame from nowhere.
  */
 QString drivers::busFrames(const QByteArray &input)
 {

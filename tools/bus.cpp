@@ -10,12 +10,13 @@
 void addBusArguments(QCommandLineParser &parser)
 {
     const auto text = [](const char *latin1) { return QString::fromLatin1(latin1); };
-    parser.addOptions({{text("bus"), text("The NATS server of the bus, or several with commas between."), text("URL")},
-                       {text("bus-name"), text("The bus at that server, 'main' by default."), text("NAME"), text("main")},
-                       {text("tls-ca"), text("Check the server against the certificates in this file."), text("FILE")},
-                       {text("tls-cert"), text("Show this certificate to the server."), text("FILE")},
-                       {text("tls-key"), text("The key of that certificate."), text("FILE")},
-                       {text("credentials"), text("Sign in with the credentials in this file."), text("FILE")}});
+    parser.addOptions(
+        {{text("bus"), text("The NATS server of the bus, or several with commas between."), text("URL")},
+         {text("bus-name"), text("The bus at that server, 'main' by default."), text("NAME"), text("main")},
+         {text("tls-ca"), text("Check the server against the certificates in this file."), text("FILE")},
+         {text("tls-cert"), text("Show this certificate to the server."), text("FILE")},
+         {text("tls-key"), text("The key of that certificate."), text("FILE")},
+         {text("credentials"), text("Sign in with the credentials in this file."), text("FILE")}});
 }
 
 QString readBusArguments(const QCommandLineParser &parser, XMLNatsTransport::Options &options)

@@ -61,8 +61,8 @@ public:
 
     /**
      * Asks as \a query says, the way every agent of an application does, and gives the pages of the reply to \a take as
-     * they come. Returns how that ended, and in \a traceError why the trace that the query wants is not whole. Without a
-     * trace nothing is asked.
+     * they come. Returns how that ended, and in \a traceError why the trace that the query wants is not whole. Without
+     * a trace nothing is asked.
      */
     virtual XMLMailbox::State ask(const Query &query, const TakePage &take, QString *traceError) = 0;
 

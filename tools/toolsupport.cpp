@@ -122,6 +122,8 @@ void catchSignal(int number, void (*handler)(int))
 void prepareTool(const char *name)
 {
     toolName = name;
+    QCoreApplication::setApplicationName(QString::fromLatin1(name));
+    QCoreApplication::setApplicationVersion(QStringLiteral(ZQXML_TOOL_VERSION));
     reserveStandardStreams();
     std::setlocale(LC_ALL, "");
     if (std::strcmp(nl_langinfo(CODESET), "UTF-8") != 0)

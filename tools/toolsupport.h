@@ -15,9 +15,9 @@ class QCommandLineParser;
 enum ExitStatus : int { Success = 0, Failure = 1, WrongUsage = 2, NoAnswer = 3 };
 
 /**
- * To be called before anything else, the application object included. Texts of the system are UTF-8 from then on,
- * whatever the locale says, output that cannot be written is an error to report, not the end of the process, and no
- * file that is opened later takes the place of a closed standard stream.
+ * To be called before anything else, the application object included, which gets its name and version here. Texts of
+ * the system are UTF-8 from then on, whatever the locale says, output that cannot be written is an error to report, not
+ * the end of the process, and no file that is opened later takes the place of a closed standard stream.
  */
 void prepareTool(const char *name);
 

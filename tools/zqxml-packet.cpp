@@ -125,8 +125,6 @@ int main(int argc, char **argv)
 {
     prepareTool("zqxml-packet");
     const QCoreApplication application(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("zqxml-packet"));
-    QCoreApplication::setApplicationVersion(QStringLiteral(ZQXML_VERSION));
 
     QCommandLineParser parser;
     parser.setApplicationDescription(

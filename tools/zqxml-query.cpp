@@ -184,8 +184,6 @@ int main(int argc, char *argv[])
 {
     prepareTool("zqxml-query");
     const QCoreApplication application(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("zqxml-query"));
-    QCoreApplication::setApplicationVersion(QStringLiteral(ZQXML_VERSION));
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(

@@ -98,8 +98,7 @@ class Server
 public:
     Server(ZQCommServer &commServer, const Service &wanted)
         : service(wanted), router(&commServer), recordServer(&commServer, &router, pageServerType),
-          keyServer(commServer, &router),
-          gateway(&router, std::make_unique<XMLNatsTransport>(wanted.bus), wanted.name),
+          keyServer(commServer, &router), gateway(&router, std::make_unique<XMLNatsTransport>(wanted.bus), wanted.name),
           notifier(signalPipe[0], QSocketNotifier::Read)
     {
         gateway.exportAgent(XMLRouter::getXMLCommServerID());
@@ -181,8 +180,7 @@ int run(const Service &service)
     ZQCONNECTION *const connection =
         service.database.isEmpty() ? ZQOpenSampleStore(&error) : ZQOpenStore(service.database, &error);
     if (!connection)
-        return fail(service.database.isEmpty() ? error
-                                               : ZQPublicName(service.database) + QStringLiteral(": ") + error);
+        return fail(service.database.isEmpty() ? error : ZQPublicName(service.database) + QStringLiteral(": ") + error);
     if (::pipe(signalPipe) != 0)
         return fail(QString::fromUtf8(std::strerror(errno)));
     for (const int number : {SIGTERM, SIGINT})
@@ -218,13 +216,11 @@ int main(int argc, char *argv[])
 {
     prepareTool("zqxml-serve");
     const QCoreApplication application(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("zqxml-serve"));
-    QCoreApplication::setApplicationVersion(QStringLiteral(ZQXML_VERSION));
 
     QCommandLineParser parser;
-    parser.setApplicationDescription(
-        QStringLiteral("Answers questions for records on a bus, until it is told to end with SIGTERM or SIGINT. Several\n"
-                       "on one bus share the questions. Without a database the built-in sample answers."));
+    parser.setApplicationDescription(QStringLiteral(
+        "Answers questions for records on a bus, until it is told to end with SIGTERM or SIGINT. Several\n"
+        "on one bus share the questions. Without a database the built-in sample answers."));
     const auto text = [](const char *latin1) { return QString::fromLatin1(latin1); };
     addBusArguments(parser);
     parser.addOptions(

@@ -208,8 +208,6 @@ int main(int argc, char *argv[])
 {
     prepareTool("zqxml-store");
     const QCoreApplication application(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("zqxml-store"));
-    QCoreApplication::setApplicationVersion(QStringLiteral(ZQXML_VERSION));
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(

@@ -264,8 +264,6 @@ int main(int argc, char *argv[])
 {
     prepareTool("zqxml-trace");
     const QCoreApplication application(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("zqxml-trace"));
-    QCoreApplication::setApplicationVersion(QStringLiteral(ZQXML_VERSION));
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(

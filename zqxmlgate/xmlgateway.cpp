@@ -781,10 +781,9 @@ void XMLGateway::forward(XMLProxyAgent &proxy, std::unique_ptr<XMLPacket> packet
     if (wire.isEmpty())
         return refuse(proxy, QStringLiteral("it has no wire form"));
     if (wire.size() >= static_cast<qint64>(peer->largestMessage()))
-        return refuse(proxy,
-                      QStringLiteral("it has %1 bytes, and %2 are allowed")
-                          .arg(wire.size())
-                          .arg(peer->largestMessage() - 1));
+        return refuse(
+            proxy,
+            QStringLiteral("it has %1 bytes, and %2 are allowed").arg(wire.size()).arg(peer->largestMessage() - 1));
     QByteArray message;
     message.reserve(wire.size() + 1);
     message.append(PacketMessage).append(wire);

@@ -25,16 +25,17 @@ class XMLRouter;
 struct GateFrame;
 
 /**
- * Makes agents of other routers appear in its own, and its own in theirs. All gateways whose transports share a bus, and
- * of which one at least exports something, know each other.
+ * Makes agents of other routers appear in its own, and its own in theirs. All gateways whose transports share a bus,
+ * and of which one at least exports something, know each other.
+ *
  * \code
  * XMLGateway gateway(&router, std::make_unique<XMLNatsTransport>(options), QStringLiteral("counter-1"));
  * gateway.exportAgentsOfType(SHOP);
  * \endcode
  * An agent that a peer exports is an XMLProxyAgent here, which XMLRouter::findAgentsOfType() finds like any other.
- * Nothing is exported by itself. A sender that is not exported gets a proxy too, of the type XMLAgent::NO_AGENT_TYPE, so
- * that it can be answered; it goes when the sender goes. Packets from a peer reach the agents that are exported to it or
- * have sent something to it, and no other.
+ * Nothing is exported by itself. A sender that is not exported gets a proxy too, of the type XMLAgent::NO_AGENT_TYPE,
+ * so that it can be answered; it goes when the sender goes. Packets from a peer reach the agents that are exported to
+ * it or have sent something to it, and no other.
  *
  * Between two live processes no packet is lost, none comes twice, and order is kept for each pair of agents, whatever
  * becomes of the connection meanwhile. What a peer takes with it that is gone is counted and told. Used on the router's
@@ -61,8 +62,8 @@ public:
     static constexpr int DEFAULT_LARGEST_PACKET = 16 * 1024 * 1024; ///< bytes in wire form
 
     /**
-     * Joins the bus of \a transport, which is taken over, under \a name: 1 to 64 ASCII letters, digits, "-" and "_", but
-     * not "all". An empty name stands for a new one. \a router is not taken over.
+     * Joins the bus of \a transport, which is taken over, under \a name: 1 to 64 ASCII letters, digits, "-" and "_",
+     * but not "all". An empty name stands for a new one. \a router is not taken over.
      */
     XMLGateway(XMLRouter *router, std::unique_ptr<XMLTransport> transport, const QString &name = QString(),
                QObject *parent = nullptr);
@@ -111,7 +112,7 @@ Q_SIGNALS:
     void packetsLost(const QString &peer, int count); ///< So many packets were on their way to a peer that is gone.
     void overloaded(const QString &peer, bool tooMuch); ///< Packets to a peer are refused, or are taken again.
     void packetRefused(const QString &peer, const QString &reason); ///< A packet was not taken.
-    void problem(const QString &line); ///< Something is wrong with the connection or a peer; each is told once a minute.
+    void problem(const QString &line); ///< The connection or a peer is in trouble; each is told once a minute.
     void left(); ///< leave() is done.
 
 protected:

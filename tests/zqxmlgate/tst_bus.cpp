@@ -419,7 +419,8 @@ void TestBus::peerStops()
     QTRY_VERIFY(asker.echo() != 0);
     const int id = asker.echo();
     bool overloaded = false;
-    connect(&asker.gateway, &XMLGateway::overloaded, this, [&](const QString &, bool tooMuch) { overloaded = tooMuch; });
+    connect(&asker.gateway, &XMLGateway::overloaded, this,
+            [&](const QString &, bool tooMuch) { overloaded = tooMuch; });
     echo.signal(SIGSTOP);
     for (int i = 0; i < 30000; ++i) {
         asker.send(id, QString::number(i));
@@ -448,8 +449,7 @@ void TestBus::sizes()
     QTRY_COMPARE_WITH_TIMEOUT(asker.answers.size(), 2, 30000);
     QVERIFY(asker.answers.at(0) == large);
     QCOMPARE(asker.answers.at(1), QStringLiteral("small"));
-    QCOMPARE(asker.refusals.join(QLatin1Char('|')),
-             QStringLiteral("it has 17825928 bytes, and 16777216 are allowed"));
+    QCOMPARE(asker.refusals.join(QLatin1Char('|')), QStringLiteral("it has 17825928 bytes, and 16777216 are allowed"));
 }
 
 void TestBus::refusals_data()
@@ -457,9 +457,15 @@ void TestBus::refusals_data()
     QTest::addColumn<QString>("user");
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("problem");
-    QTest::newRow("right") << "friend:right" << "friend" << "";
-    QTest::newRow("password") << "friend:wrong" << "friend" << "the bus cannot be reached: .*[Aa]uthorization.*";
-    QTest::newRow("name of another") << "friend:right" << "echo2" << "the bus: .*[Pp]ermissions? [Vv]iolation.*";
+    QTest::newRow("right") << "friend:right"
+                           << "friend"
+                           << "";
+    QTest::newRow("password") << "friend:wrong"
+                              << "friend"
+                              << "the bus cannot be reached: .*[Aa]uthorization.*";
+    QTest::newRow("name of another") << "friend:right"
+                                     << "echo2"
+                                     << "the bus: .*[Pp]ermissions? [Vv]iolation.*";
 }
 
 /** Who may not join is told so in one line, tries again, and disturbs nobody. */

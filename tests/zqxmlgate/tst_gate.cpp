@@ -166,9 +166,8 @@ private Q_SLOTS:
 /** Whatever the pipe does with the frames, all comes, once, in order; equal ones too. */
 void TestGate::nothingIsLost()
 {
-    const int packets = qEnvironmentVariableIsSet("ZQXML_GATE_PACKETS")
-        ? qEnvironmentVariableIntValue("ZQXML_GATE_PACKETS")
-        : 20000;
+    const int packets =
+        qEnvironmentVariableIsSet("ZQXML_GATE_PACKETS") ? qEnvironmentVariableIntValue("ZQXML_GATE_PACKETS") : 20000;
     const quint32 seed = QRandomGenerator::global()->generate();
     qInfo("seed %u", seed);
     Mischief mischief(seed);
@@ -216,7 +215,8 @@ void TestGate::deaths()
         auto &process = processes[size_t(mischief.below(3))];
         if (!process) {
             if (lives < 40)
-                process = std::make_unique<Process>(pipe, QStringLiteral("p%1").arg(&process - processes.data()), books);
+                process =
+                    std::make_unique<Process>(pipe, QStringLiteral("p%1").arg(&process - processes.data()), books);
             ++lives;
         } else if (mischief.below(20) == 0) {
             process->transport->dead = mischief.below(2);
@@ -229,9 +229,8 @@ void TestGate::deaths()
         QTest::qWait(mischief.below(20));
     }
     const auto isQuiet = [&processes] {
-        return std::all_of(processes.begin(), processes.end(), [](const auto &process) {
-            return !process || process->gateway->waitingPackets() == 0;
-        });
+        return std::all_of(processes.begin(), processes.end(),
+                           [](const auto &process) { return !process || process->gateway->waitingPackets() == 0; });
     };
     QTRY_VERIFY_WITH_TIMEOUT(isQuiet(), 40000);
     QVERIFY(countOf(books.received) > 0);
