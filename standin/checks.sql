@@ -3,6 +3,9 @@
 
 -- What must not be in a store: each statement gives with how many records something is wrong, and what.
 
+SELECT count(*) - 1, 'versions beside the first'
+FROM store;
+
 SELECT count(*) - count(DISTINCT id), 'records that share an id with another'
 FROM (SELECT id FROM outputs UNION ALL SELECT id FROM publications
     UNION ALL SELECT id FROM jobs UNION ALL SELECT id FROM books) AS records;
@@ -34,3 +37,11 @@ FROM jobs WHERE queue NOT BETWEEN 1 AND 4;
 
 SELECT count(*), 'books of a publication that is not there'
 FROM books WHERE NOT EXISTS (SELECT 1 FROM publications WHERE id = books.publication);
+
+SELECT count(*), 'jobs with a number that no record of a job holds'
+FROM jobs
+WHERE priority NOT BETWEEN 0 AND 255 OR copies NOT BETWEEN 0 AND 65535 OR bytes < 0;
+
+SELECT count(*), 'books with a number that no record of a book holds'
+FROM books
+WHERE pages NOT BETWEEN 0 AND 65535 OR signature NOT BETWEEN 0 AND 255 OR copies < 0;

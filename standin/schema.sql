@@ -50,7 +50,7 @@ CREATE TABLE jobs (
     copies INTEGER NOT NULL,
     bytes BIGINT NOT NULL,
     paper VARCHAR(15) NOT NULL,
-    format CHAR(1) NOT NULL,
+    format VARCHAR(1) NOT NULL,
     inks VARCHAR(200) NOT NULL,
     digest VARCHAR(64) NOT NULL
 );

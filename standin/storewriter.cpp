@@ -163,7 +163,7 @@ public:
     {
         rows += ")\"";
         rowBegun = false;
-        return ++count < 2048 ? reason.isEmpty() : flush();
+        return ++count < 2048 && rows.size() < largestStatement ? reason.isEmpty() : flush();
     }
 
     bool executeScript(const QString &fileName) override
@@ -183,12 +183,18 @@ private:
     {
         QSqlQuery query(database.handle);
         if (!query.exec(
-                QStringLiteral("SELECT count(*) FROM pg_class WHERE relnamespace = current_schema()::regnamespace"
+                QStringLiteral("SELECT string_agg(relname, ', ' ORDER BY relname) FROM pg_class"
+                               " WHERE relnamespace = (SELECT oid FROM pg_namespace WHERE nspname = current_schema())"
                                " AND relname IN ('store', 'outputs', 'publications', 'jobs', 'books')"))
             || !query.next())
             return fail(&reason, reasonOf(query.lastError()));
-        return query.value(0).toInt() == 0 || fail(&reason, QStringLiteral("exists; --force would overwrite it"));
+        const QString taken = query.value(0).toString();
+        // They may be somebody else's.
+        return taken.isEmpty()
+            || fail(&reason, QStringLiteral("tables in the way: %1; --force would drop them").arg(taken));
     }
+
+    static constexpr int largestStatement = 1 << 20; // bytes; memory must not grow with what the rows hold
 
     void beginValue()
     {

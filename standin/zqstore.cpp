@@ -9,6 +9,7 @@
 #include "storewriter_p.h"
 
 #include <QSqlError>
+#include <QSqlRecord>
 #include <QVariant>
 
 #include <algorithm>
@@ -274,16 +275,19 @@ bool count(const Database &database, ZQSTORESIZE &size, QString *error)
     return true;
 }
 
-void copyValue(const QVariant &value, StoreWriter &writer)
+/** Returns false for what no store holds, but a file may. */
+bool copyValue(const QVariant &value, StoreWriter &writer)
 {
-    bool isNumber = false;
-    const qint64 number = value.userType() == QMetaType::QString ? 0 : value.toLongLong(&isNumber);
+    const int type = value.userType();
     if (value.isNull())
         writer.addNull();
-    else if (isNumber)
-        writer.addNumber(number);
-    else
+    else if (type == QMetaType::QString)
         writer.addText(value.toString().toUtf8());
+    else if (type == QMetaType::Int || type == QMetaType::LongLong || type == QMetaType::ULongLong)
+        writer.addNumber(value.toLongLong());
+    else
+        return false;
+    return true;
 }
 
 /** Copies a table; false with the reason in \a error when it cannot be read, without one when it cannot be written. */
@@ -291,8 +295,12 @@ bool copyTable(const Database &source, const Table &table, StoreWriter &writer, 
 {
     bool ok = writer.beginTable(table);
     const auto copyRow = [&](const QSqlQuery &row) {
-        for (int column = 0; ok && column < table.count; ++column)
-            copyValue(row.value(column), writer);
+        for (int column = 0; ok && column < table.count; ++column) {
+            ok = copyValue(row.value(column), writer)
+                || fail(error,
+                        QStringLiteral("neither text nor a whole number: %1 in %2, id %3")
+                            .arg(row.record().fieldName(column), QLatin1String(table.name), row.value(0).toString()));
+        }
         counter.count();
         ok = ok && writer.endRow();
         return ok;
