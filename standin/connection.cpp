@@ -27,13 +27,25 @@ bool isLogged(QFile &file)
 /** The version of the tables that is read and made. */
 constexpr int version = 1;
 
+/** Refuses a database with what is wrong with its tables, and what to do. */
+bool refuseTables(const QSqlError &found, QString *error)
+{
+    const QString code = found.nativeErrorCode();
+    QString advice;
+    if (code == QLatin1String("42501")) // insufficient privilege
+        advice = QStringLiteral("; its owner has to GRANT SELECT");
+    else if (code == QLatin1String("42P01") || code == QLatin1String("42703") || code == QLatin1String("1"))
+        advice = QStringLiteral("; zqxml-store create makes one");
+    return fail(error, QStringLiteral("no record store: ") + reasonOf(found) + advice);
+}
+
 bool checkVersion(const Database &database, QString *error)
 {
     QSqlQuery query(database.handle);
-    if (!query.exec(QStringLiteral("SELECT version FROM store")) || !query.next())
-        return fail(error,
-                    query.lastError().isValid() ? QStringLiteral("no record store: ") + reasonOf(query.lastError())
-                                                : QStringLiteral("no record store: it has no version"));
+    if (!query.exec(QStringLiteral("SELECT version FROM store")))
+        return refuseTables(query.lastError(), error);
+    if (!query.next())
+        return fail(error, QStringLiteral("no record store: it has no version; zqxml-store create makes one"));
     const int found = query.value(0).toInt();
     if (found == version)
         return true;
@@ -70,7 +82,7 @@ bool Session::prepare(QString *error)
         query = QSqlQuery(database.handle);
         query.setForwardOnly(true);
         if (!query.prepare(statements.at(i)))
-            return fail(error, QStringLiteral("no record store: ") + reasonOf(query.lastError()));
+            return refuseTables(query.lastError(), error);
     }
     return true;
 }
@@ -79,13 +91,28 @@ ZQCONNECTION::ZQCONNECTION(const QString &shown, const Location &place) : shownL
 
 bool ZQCONNECTION::open(QString *error)
 {
-    session.reset(); // whose name and files are free then
+    close(); // its name and files are free then
     session = std::make_unique<Session>(location.driver, location.fileName);
-    const bool opened = location.isFile() ? openFile(error) : location.connect(session->database, use, error);
-    if (opened && session->prepare(error))
+    if ((location.isFile() ? openFile(error) : openServer(error)) && session->prepare(error))
         return true;
-    session.reset();
+    close();
     return false;
+}
+
+void ZQCONNECTION::close()
+{
+    watchdog.watch(-1);
+    session.reset();
+}
+
+bool ZQCONNECTION::openServer(QString *error)
+{
+    if (!location.connect(session->database, use, error))
+        return false;
+    const std::chrono::milliseconds limit(location.statementTimeout);
+    if (use == Location::Questions && limit.count() > 0) // a server that can keep it says so first
+        watchdog.watch(location.socketOf(session->database), limit + std::chrono::seconds(2));
+    return true;
 }
 
 bool ZQCONNECTION::openFile(QString *error)
@@ -141,6 +168,8 @@ QString ZQCONNECTION::end(const QString &reason)
 {
     const bool changed = frozen && !FileState(location.fileName).hasContentOf(stateBefore);
     QString result = reason.isEmpty() && changed ? QStringLiteral("changed while it was read") : reason;
+    if (watchdog.hasCut())
+        result = QStringLiteral("the server was silent for too long");
     failed = snapshot && !result.isEmpty();
     // A server's last word comes before the end of the connection, which only the next statement finds.
     if (!result.isEmpty() && !snapshot)
@@ -160,6 +189,7 @@ bool ZQCONNECTION::isOutdated() const
 
 void ZQCONNECTION::endSnapshot()
 {
+    const Watchdog::Wait wait(watchdog);
     rollBack();
     snapshot = false;
     failed = false;

@@ -6,6 +6,7 @@
 
 #include "database_p.h"
 #include "location_p.h"
+#include "watchdog_p.h"
 
 #include <QDateTime>
 #include <QObject>
@@ -50,6 +51,7 @@ struct ZQCONNECTION {
     const Location location;
     Location::Use use = Location::Questions;
     std::unique_ptr<Session> session; ///< null until it is opened, and when that has failed
+    Watchdog watchdog; ///< of the session of questions to a server
     bool held = false; ///< one snapshot serves all calls
 
 private:
@@ -65,6 +67,8 @@ private:
     };
 
     bool openFile(QString *error);
+    bool openServer(QString *error);
+    void close();
     bool isOutdated() const;
     bool beginTransaction(QString *error);
     void endSnapshot();

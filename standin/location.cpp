@@ -5,13 +5,16 @@
 
 #include "standin/zqstandin.h"
 
+#include <QLibrary>
 #include <QRegularExpression>
+#include <QSqlDriver>
 #include <QSqlError>
 #include <QUrlQuery>
+#include <QVariant>
 
 namespace {
 
-const QString statementTimeout = QStringLiteral("statement_timeout");
+const QString statementTimeoutOption = QStringLiteral("statement_timeout");
 
 /**
  * Sets the options of libpq from \a url, over ours, which bound how long a server that is gone is waited for: one that
@@ -22,7 +25,7 @@ bool setPostgresOptions(QSqlDatabase &handle, const QUrl &url, QString *error)
     QString options = QStringLiteral("connect_timeout=10;keepalives_idle=10;keepalives_interval=5;keepalives_count=4;"
                                      "tcp_user_timeout=30000;fallback_application_name=zqxml");
     for (auto [name, value] : QUrlQuery(url).queryItems(QUrl::FullyDecoded)) {
-        if (name == statementTimeout)
+        if (name == statementTimeoutOption)
             continue;
         if ((name + value).contains(QLatin1Char(';')))
             return fail(error, QStringLiteral("the driver takes no semicolon in an option"));
@@ -33,21 +36,20 @@ bool setPostgresOptions(QSqlDatabase &handle, const QUrl &url, QString *error)
     return true;
 }
 
-bool preparePostgres(Database &database, const QUrl &url, Location::Use use, QString *error)
+bool preparePostgres(Database &database, unsigned int limit, Location::Use use, QString *error)
 {
-    const QUrlQuery query(url);
-    bool ok = true;
-    const unsigned int limit =
-        query.hasQueryItem(statementTimeout) ? query.queryItemValue(statementTimeout).toUInt(&ok) : 30000;
-    if (!ok)
-        return fail(error, QStringLiteral("statement_timeout needs a number of milliseconds"));
-    QString settings = QStringLiteral("SET client_min_messages = error; SET standard_conforming_strings = on; SET ")
-        + (use == Location::Questions ? QStringLiteral("statement_timeout = %1")
-                                      : QStringLiteral("statement_timeout = 0; SET lock_timeout = %1"))
-              .arg(limit);
-    if (use != Location::Writing)
-        settings +=
-            QStringLiteral("; SET SESSION CHARACTERISTICS AS TRANSACTION ISOLATION LEVEL REPEATABLE READ, READ ONLY");
+    // One statement, because the driver misses what is wrong behind the first of several.
+    QString settings = QStringLiteral("SELECT set_config('client_min_messages', 'error', false),"
+                                      " set_config('standard_conforming_strings', 'on', false),"
+                                      " set_config('statement_timeout', '%1', false),"
+                                      " set_config('lock_timeout', '%2', false),")
+                           .arg(use == Location::Questions ? limit : 0)
+                           .arg(use == Location::Questions ? 0 : limit);
+    // What is made is made in one schema, whose tables are not taken for those of the next.
+    settings += use == Location::Writing
+        ? QStringLiteral(" set_config('search_path', quote_ident(current_schema()), false)")
+        : QStringLiteral(" set_config('default_transaction_isolation', 'repeatable read', false),"
+                         " set_config('default_transaction_read_only', 'on', false)");
     return database.execute(settings, error);
 }
 
@@ -66,12 +68,18 @@ std::optional<Location> Location::read(const QString &text, QString *error)
         result.fileName = result.url.path();
     }
     QString reason;
+    bool isNumber = true;
+    const QUrlQuery options(result.url);
+    if (options.hasQueryItem(statementTimeoutOption))
+        result.statementTimeout = options.queryItemValue(statementTimeoutOption).toUInt(&isNumber);
     if (isUrl && !result.url.isValid())
         reason = QStringLiteral("not a URL");
     else if (!QSqlDatabase::isDriverAvailable(result.driver))
         reason = QStringLiteral("no database driver %1").arg(result.driver);
     else if (result.isFile() && (result.fileName.isEmpty() || !result.url.host().isEmpty()))
         reason = QStringLiteral("names no file: a path follows three slashes");
+    else if (!isNumber)
+        reason = QStringLiteral("statement_timeout needs a number of milliseconds");
     if (reason.isEmpty())
         return result;
     fail(error, reason);
@@ -90,7 +98,16 @@ bool Location::connect(Database &database, Use use, QString *error) const
         return false;
     if (!handle.open())
         return fail(error, reasonOf(handle.lastError()));
-    return !isPostgres() || preparePostgres(database, url, use, error);
+    return !isPostgres() || preparePostgres(database, statementTimeout, use, error);
+}
+
+int Location::socketOf(const Database &database) const
+{
+    // In the library that the driver has loaded.
+    using Call = int (*)(const void *);
+    static const auto call = reinterpret_cast<Call>(QLibrary::resolve(QStringLiteral("pq"), 5, "PQsocket"));
+    const QVariant connection = database.handle.driver()->handle();
+    return call && isPostgres() ? call(*static_cast<void *const *>(connection.constData())) : -1;
 }
 
 QString ZQPublicName(const QString &location)

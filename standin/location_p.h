@@ -35,9 +35,13 @@ struct Location {
     /** Connects \a database to the server of the URL. */
     bool connect(Database &database, Use use, QString *error) const;
 
+    /** Returns the socket of a connected \a database; -1 where there is none to be had. */
+    int socketOf(const Database &database) const;
+
     QString driver; ///< of Qt SQL
     QString fileName; ///< of a file
     QUrl url; ///< of a server
+    unsigned int statementTimeout = 30000; ///< milliseconds; 0 for no limit
 };
 
 #endif

@@ -49,13 +49,14 @@ QString finish(ZQCONNECTION &connection, QSqlQuery &query)
 
 /** Makes a chain of the rows of an executed query. */
 template <typename MakeRecord>
-ZQLIST_ELEMENT *makeChain(QSqlQuery &query, MakeRecord make)
+ZQLIST_ELEMENT *makeChain(ZQCONNECTION &connection, QSqlQuery &query, MakeRecord make)
 {
     ZQLIST_ELEMENT *head = nullptr;
     ZQLIST_ELEMENT **tail = &head;
     while (query.next()) {
         *tail = make(query);
         tail = &(*tail)->next;
+        connection.watchdog.hear();
         if (ZQFaults().brokenChains)
             break;
     }
@@ -71,6 +72,7 @@ ZQLIST_ELEMENT *fetch(ZQCONNECTION *connection, QSqlQuery Session::*member, cons
 {
     if (!connection)
         return refuse(connection, commands, call, QStringLiteral("no database"));
+    const Watchdog::Wait wait(connection->watchdog);
     QString reason;
     if (!connection->begin(&reason))
         return refuse(connection, commands, call, reason);
@@ -78,7 +80,7 @@ ZQLIST_ELEMENT *fetch(ZQCONNECTION *connection, QSqlQuery Session::*member, cons
         return nullptr;
     QSqlQuery &query = connection->session.get()->*member;
     execute(query, values);
-    ZQLIST_ELEMENT *head = makeChain(query, make);
+    ZQLIST_ELEMENT *head = makeChain(*connection, query, make);
     reason = finish(*connection, query);
     if (ZQFaults().brokenChains)
         reason = QStringLiteral("broken off");
@@ -123,6 +125,7 @@ ZQCONNECTION *ZQOpenStore(const QString &location, QString *error)
     if (!read)
         return nullptr;
     auto connection = std::make_unique<ZQCONNECTION>(ZQPublicName(location), *read);
+    const Watchdog::Wait wait(connection->watchdog);
     return connection->open(error) ? connection.release() : nullptr;
 }
 
@@ -187,9 +190,12 @@ ZQLIST_ELEMENT *ZQCommServer::getBooks(ZQLPCOMMANDS &commands, BM_MESSAGE_ID &me
 
 int ZQCommServer::getidfromzqkey(const ZQKEY_ELEMENT &key)
 {
+    if (!connection)
+        return 0;
+    const Watchdog::Wait wait(connection->watchdog);
     QString reason;
     int id = 0;
-    if (connection && connection->begin(&reason)) {
+    if (connection->begin(&reason)) {
         QSqlQuery &query = connection->session->ids;
         execute(query, valuesOf(key) + valuesOf(key));
         id = query.next() ? query.value(0).toInt() : 0;

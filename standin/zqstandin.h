@@ -18,7 +18,8 @@
  *  - getBooks() gives the books of the publication under a key, in the order of their ids.
  *  - The one order is SORT_ARRIVAL, SORT_ASCENDING; asking for any other is an error.
  *
- * A failure of the database sets the command block's error and is reported in one line, see ZQReport(). Where an event
+ * A failure of the database sets the command block's error and is reported in one line, see ZQReport(). A server that
+ * says nothing for statement_timeout and two seconds more is a failure, and its connection lost. Where an event
  * loop runs, all calls of one of its turns, and so of one request to the comm server agent, read one state of the
  * database; after one that failed the others of the turn fail too, without a line. A connection that was lost is made
  * anew once, by the next call, or where an event loop runs by the next turn.
@@ -108,8 +109,9 @@ struct ZQFINDINGS {
 };
 
 /**
- * Checks that ids and keys are unique, names not empty, references whole, that a question reaches each job, and that an
- * SQLite file is not damaged; all in one state of the store. False when it cannot be read to the end; \a error then
+ * Checks that there is one version, that ids and keys are unique, names not empty, references whole, that a question
+ * reaches each job, that records can hold the numbers, and that an SQLite file is not damaged; all in one state of the
+ * store. False when it cannot be read to the end; \a error then
  * says why, in one line.
  */
 bool ZQCheckStore(const QString &location, ZQFINDINGS &findings, QString *error);

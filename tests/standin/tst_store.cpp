@@ -32,6 +32,8 @@ public:
         // For each connection the client library asks Kerberos, which reads its settings again by the clock and keeps
         // blocks of them, so that each run would leave some.
         qputenv("PGGSSENCMODE", "disable");
+        qputenv("PGSSLMODE", "disable"); // but where a test wants it
+        qputenv("PGSERVICEFILE", QFile::encodeName(folder.filePath(QStringLiteral("services"))));
         QTcpServer unused;
         unused.listen(QHostAddress::LocalHost);
         port = QString::number(unused.serverPort());
