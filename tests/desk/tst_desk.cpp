@@ -205,7 +205,7 @@ void TestDesk::openMenu()
     const QList<QAction *> actions = menu->actions();
     QAction *const start = actions.at(DeskAgent::START - 1);
     const QRect place = menu->actionGeometry(start);
-    for (int i = 5; i >= 0; --i) // a menu waits for several moves, since it may have opened under the pointer
+    for (int i = 8; i >= 0; --i) // a menu waits for several moves, since it may have opened under the pointer
         QTest::mouseMove(menu, place.center() + QPoint(2 * i, 0));
     QTRY_COMPARE(menu->activeAction(), start);
     const RecordPane *const outputs = pane("Outputs");
