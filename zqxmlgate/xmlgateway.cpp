@@ -707,7 +707,9 @@ void XMLGateway::addProxy(Peer &peer, int remoteID, int type, quint32 request)
         }
         return;
     }
-    if (peer.agents.count(remoteID) > 0)
+    const auto known = peer.agents.find(remoteID);
+    const bool isKnown = known != peer.agents.end();
+    if (isKnown && (type == NO_AGENT_TYPE || known->second->getAgentType() != NO_AGENT_TYPE))
         return;
     if (peer.agents.size() >= mostAgents)
         return peer.unreadable();
@@ -716,6 +718,8 @@ void XMLGateway::addProxy(Peer &peer, int remoteID, int type, quint32 request)
             peer.rejected.insert(remoteID);
         return;
     }
+    if (isKnown)
+        peer.aliases.push_back(known->second); // it has sent something before it was exported
     XMLProxyAgent *const proxy = makeProxy(peer.name, remoteID, type, false);
     peer.agents[remoteID] = proxy;
     later([this, id = proxy->getAgentID(), type, text = peer.text] {
@@ -776,6 +780,8 @@ void XMLGateway::forward(XMLProxyAgent &proxy, std::unique_ptr<XMLPacket> packet
         ++counted.sent;
         return proxy.held.push_back(std::move(packet));
     }
+    if (!exportedTypes.empty() && peer->listed.count(source) + peer->travelled.count(source) == 0)
+        scanTypes(); // what it is, before its first packet
     packet->setDestinationAgentID(proxy.agentThere);
     const QByteArray wire = XMLWire::toWire(*packet);
     if (wire.isEmpty())
@@ -955,6 +961,10 @@ void XMLGateway::tick()
         leavingUntil = -1;
         later([this] { Q_EMIT left(); });
     }
+    for (const auto &[peerName, peer] : peersByName) {
+        while (!peer->requests.empty() && peer->requests.begin()->second.until <= time)
+            peer->failRequest(peer->requests.begin()->first);
+    }
     if (!transport->isConnected())
         return;
     if (standing == Joined && time - lastAnnouncement >= announcePause
@@ -974,8 +984,6 @@ void XMLGateway::tick()
             peer.isOverloaded = false;
             later([this, text = peer.text] { Q_EMIT overloaded(text, false); });
         }
-        while (!peer.requests.empty() && peer.requests.begin()->second.until <= time)
-            peer.failRequest(peer.requests.begin()->first);
         busy = busy || peer.isBusy() || !peer.requests.empty();
         entry = peer.state() == GateSession::Closed ? peersByName.erase(entry) : std::next(entry);
     }

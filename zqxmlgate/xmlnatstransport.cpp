@@ -25,6 +25,7 @@ constexpr int longestRetry = 5000;
 constexpr int connectTime = 2000;
 constexpr int writeTime = 2000;
 constexpr int flushTime = 1000;
+constexpr int endTime = 40; // of the destructor
 constexpr int pingInterval = 2000;
 constexpr int pingsOut = 3;
 
@@ -47,32 +48,36 @@ int pauseAfter(int attempts)
 
 } // namespace
 
-/** Lives in a thread of its own beside those of the client library. */
-class Q_DECL_HIDDEN XMLNatsTransport::Worker
+/** Lives in a thread of its own beside those of the client library, if need be longer than its transport. */
+class Q_DECL_HIDDEN XMLNatsTransport::Worker : public std::enable_shared_from_this<Worker>
 {
 public:
     Worker(XMLNatsTransport *transport, const Options &wanted)
-        : owner(transport), options(wanted), waitingBytes(0), refused(false), stopping(false), closed(false),
-          connected(false), key(0)
+        : owner(transport), options(wanted), waitingBytes(0), refused(false), running(false), stopping(false),
+          closed(false), connected(false), key(0)
     {
-    }
-
-    ~Worker()
-    {
-        if (!thread.joinable())
-            return;
-        {
-            const std::lock_guard<std::mutex> locked(mutex);
-            stopping = true;
-        }
-        changed.notify_all();
-        thread.join();
     }
 
     void start(const QByteArray &name)
     {
         ownName = name;
-        thread = std::thread([this] { run(); });
+        enlist();
+        std::thread([worker = shared_from_this()] { worker->run(); }).detach();
+    }
+
+    /** Nothing reaches the owner any more. A connection that hangs is left to itself until the process ends. */
+    void stop()
+    {
+        strikeOff();
+        std::unique_lock<std::mutex> locked(mutex);
+        owner = nullptr;
+        stopping = true;
+        changed.notify_all();
+        const auto limit = std::chrono::milliseconds(endTime);
+        if (!changed.wait_for(locked, limit, [this] { return !running; })) {
+            // Made as late as this, so that it comes before the ends of the libraries that the thread uses.
+            [[maybe_unused]] static const LastWait lastWait;
+        }
     }
 
     bool send(const QByteArray &to, const QByteArray &frame, bool probe)
@@ -103,6 +108,15 @@ private:
         bool probe;
     };
 
+    /** Keeps the process from ending under threads that are left behind. */
+    struct LastWait {
+        ~LastWait()
+        {
+            std::unique_lock<std::mutex> locked(workersMutex());
+            threadEnded().wait(locked, [] { return threads() == 0; });
+        }
+    };
+
     // The client library may call back a little after its objects are destroyed, so that it gets a number, not an
     // address.
     static std::mutex &workersMutex()
@@ -117,6 +131,18 @@ private:
         return map;
     }
 
+    static int &threads()
+    {
+        static int count = 0;
+        return count;
+    }
+
+    static std::condition_variable &threadEnded()
+    {
+        static std::condition_variable ended;
+        return ended;
+    }
+
     template <typename Action>
     static void withWorker(void *closure, Action action)
     {
@@ -126,13 +152,15 @@ private:
             action(*found->second);
     }
 
-    void *enlist()
+    void enlist()
     {
         static std::uintptr_t lastKey = 0;
+        threadEnded(); // which is to live longer than LastWait
         const std::lock_guard<std::mutex> locked(workersMutex());
         key = ++lastKey;
         workers()[key] = this;
-        return reinterpret_cast<void *>(key); // NOLINT(performance-no-int-to-ptr): it is never followed
+        ++threads();
+        running = true;
     }
 
     void strikeOff()
@@ -184,9 +212,10 @@ private:
         return pauseAfter(attempts - 1);
     }
 
+    /** On purpose without static objects, which might be gone when a thread that was left behind uses them. */
     static QString describe(natsStatus status, const char *text)
     {
-        static const QRegularExpression place(QStringLiteral("^\\(\\w+\\.c:\\d+\\): "));
+        const QRegularExpression place(QStringLiteral("^\\(\\w+\\.c:\\d+\\): "));
         QString line = QString::fromUtf8(natsStatus_GetText(status));
         const QString more = QString::fromUtf8(text).remove(place);
         if (!more.isEmpty() && more != line)
@@ -194,35 +223,46 @@ private:
         return withoutSecrets(line);
     }
 
+    /** Does something in the owner's thread, if there still is an owner. The mutex is locked. */
+    template <typename Action>
+    void tell(Action action)
+    {
+        if (owner)
+            QMetaObject::invokeMethod(
+                owner, [transport = owner, action] { action(*transport); }, Qt::QueuedConnection);
+    }
+
     void complain(const QString &line)
     {
-        QMetaObject::invokeMethod(
-            owner, [transport = owner, line] { Q_EMIT transport->failed(line); }, Qt::QueuedConnection);
+        const std::lock_guard<std::mutex> locked(mutex);
+        tell([line](XMLNatsTransport &transport) { Q_EMIT transport.failed(line); });
     }
 
     void setConnected(bool now)
     {
-        {
-            const std::lock_guard<std::mutex> locked(mutex);
-            if (connected == now)
-                return;
-            connected = now;
-            if (!connected) {
-                waiting.clear(); // the session sends it again
-                waitingBytes = 0;
-            }
+        const std::lock_guard<std::mutex> locked(mutex);
+        if (connected == now)
+            return;
+        connected = now;
+        if (!connected) {
+            waiting.clear(); // the session sends it again
+            waitingBytes = 0;
         }
-        QMetaObject::invokeMethod(
-            owner, [transport = owner, now] { Q_EMIT transport->connectedChanged(now); }, Qt::QueuedConnection);
+        tell([now](XMLNatsTransport &transport) { Q_EMIT transport.connectedChanged(now); });
     }
 
     void run()
     {
-        void *const closure = enlist();
+        void *const closure = reinterpret_cast<void *>(key); // NOLINT(performance-no-int-to-ptr): never followed
+        QString lastFailure; // which is told once as long as it lasts
         for (int attempts = 0; !waitForEnd(attempts == 0 ? 0 : pauseAfter(attempts - 1)); ++attempts) {
             ConnectionPointer connection;
             std::vector<SubscriptionPointer> subscriptions;
-            if (!connect(closure, connection, subscriptions))
+            const QString failure = connect(closure, connection, subscriptions);
+            if (!failure.isEmpty() && failure != lastFailure)
+                complain(failure);
+            lastFailure = failure;
+            if (!failure.isEmpty())
                 continue;
             attempts = 0;
             setConnected(true);
@@ -231,8 +271,15 @@ private:
             subscriptions.clear();
             natsConnection_Close(connection.get());
         }
-        strikeOff();
         nats_ReleaseThreadMemory();
+        {
+            const std::lock_guard<std::mutex> locked(mutex);
+            running = false;
+            changed.notify_all();
+        }
+        const std::lock_guard<std::mutex> locked(workersMutex());
+        --threads();
+        threadEnded().notify_all();
     }
 
     /** Returns whether the end has come within a time. */
@@ -243,7 +290,8 @@ private:
         return changed.wait_for(locked, std::chrono::milliseconds(pause), [this] { return stopping; });
     }
 
-    bool connect(void *closure, ConnectionPointer &connection, std::vector<SubscriptionPointer> &subscriptions)
+    /** Returns what is in the way, or nothing. */
+    QString connect(void *closure, ConnectionPointer &connection, std::vector<SubscriptionPointer> &subscriptions)
     {
         natsOptions *created = nullptr;
         natsStatus status = natsOptions_Create(&created);
@@ -269,15 +317,18 @@ private:
             status = natsConnection_FlushTimeout(made, flushTime);
         if (status != NATS_OK) {
             natsStatus last = status;
-            complain(QStringLiteral("the bus cannot be reached: ") + describe(status, nats_GetLastError(&last)));
-            return false;
+            QString failure =
+                QStringLiteral("the bus cannot be reached: ") + describe(status, nats_GetLastError(&last));
+            if (failure.endsWith(QLatin1String("got ''"))) // all that is known of a connection that was just closed
+                failure += QStringLiteral("; the server may want a certificate that it trusts");
+            return failure;
         }
         constexpr int needed = GateFrame::headerSize + 1 + GateSession::partSize;
         if (natsConnection_GetMaxPayload(made) < needed)
             complain(QStringLiteral("the server of the bus takes messages of %1 bytes, and %2 are needed")
                          .arg(natsConnection_GetMaxPayload(made))
                          .arg(needed));
-        return true;
+        return QString();
     }
 
     natsStatus setAddress(natsOptions *created) const
@@ -360,7 +411,7 @@ private:
                 publish(connection, each);
             locked.lock();
             if (std::exchange(refused, false))
-                QMetaObject::invokeMethod(owner, &XMLTransport::writable, Qt::QueuedConnection);
+                tell([](XMLNatsTransport &transport) { Q_EMIT transport.writable(); });
         }
         const bool flushes = connected && stopping;
         locked.unlock();
@@ -382,15 +433,15 @@ private:
                                    static_cast<int>(each.frame.size()));
     }
 
-    XMLNatsTransport *const owner;
+    XMLNatsTransport *owner; // null when it is gone
     const Options options;
     QByteArray ownName;
-    std::thread thread;
     std::mutex mutex;
     std::condition_variable changed;
     std::deque<Outgoing> waiting;
     qint64 waitingBytes;
     bool refused;
+    bool running; // the thread
     bool stopping;
     bool closed; // by the client library, which has given up
     std::atomic<bool> connected;
@@ -398,11 +449,14 @@ private:
 };
 
 XMLNatsTransport::XMLNatsTransport(const Options &options, QObject *parent)
-    : XMLTransport(parent), ownWorker(std::make_unique<Worker>(this, options))
+    : XMLTransport(parent), ownWorker(std::make_shared<Worker>(this, options))
 {
 }
 
-XMLNatsTransport::~XMLNatsTransport() = default;
+XMLNatsTransport::~XMLNatsTransport()
+{
+    ownWorker->stop();
+}
 
 void XMLNatsTransport::join(const QByteArray &name)
 {
@@ -421,6 +475,6 @@ bool XMLNatsTransport::isConnected() const
 
 QString XMLNatsTransport::withoutSecrets(const QString &text)
 {
-    static const QRegularExpression secret(QStringLiteral("//[^/\\s]*@"));
+    const QRegularExpression secret(QStringLiteral("//[^/\\s]*@"));
     return QString(text).replace(secret, QStringLiteral("//"));
 }

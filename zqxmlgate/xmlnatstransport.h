@@ -13,7 +13,8 @@
 /**
  * Carries frames over a NATS server or cluster. It connects, and connects again, until it is destroyed, with pauses
  * from 0.1 to 5 s. The client library works in threads of its own, and so does what is sent: no call waits for the
- * network, but for the destructor, which waits some seconds at most for a connection that hangs.
+ * network. The destructor gives what waits 40 ms to be sent; a connection that hangs is then left to its thread, for
+ * which the end of the process waits some seconds at most.
  *
  * A frame from SELF to PEER goes to the subject zq.BUS.to.PEER.from.SELF, so that the server's permissions can vouch
  * for the sender.
@@ -53,7 +54,7 @@ public:
 private:
     class Worker;
 
-    const std::unique_ptr<Worker> ownWorker;
+    const std::shared_ptr<Worker> ownWorker; // shared with its thread
 };
 
 #endif

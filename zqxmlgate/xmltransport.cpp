@@ -23,9 +23,11 @@ XMLTransport::XMLTransport(QObject *parent) : QObject(parent), allBytes(0), anno
 void XMLTransport::put(const Arrival &arrival)
 {
     const std::lock_guard<std::mutex> locked(mutex);
-    qint64 &bytesOfOne = bytesOf[arrival.sender];
     const qint64 cost = costOf(arrival);
-    if (allBytes + cost > mostBytes || bytesOfOne + cost > mostBytesOfOne)
+    if (allBytes + cost > mostBytes)
+        return;
+    qint64 &bytesOfOne = bytesOf[arrival.sender];
+    if (bytesOfOne + cost > mostBytesOfOne)
         return;
     allBytes += cost;
     bytesOfOne += cost;

@@ -64,9 +64,9 @@ public:
         ::kill(static_cast<pid_t>(process.processId()), number);
     }
 
-    QString url(const QString &user = QString(), const QString &scheme = QStringLiteral("nats")) const
+    QString url(const QString &user = QString()) const
     {
-        return scheme + QStringLiteral("://") + (user.isEmpty() ? user : user + QLatin1Char('@'))
+        return QStringLiteral("nats://") + (user.isEmpty() ? user : user + QLatin1Char('@'))
             + QStringLiteral("127.0.0.1:") + port;
     }
 
@@ -158,15 +158,17 @@ private:
     const quint16 port;
 };
 
-XMLNatsTransport::Options optionsOf(const QString &urls)
+XMLNatsTransport::Options optionsOf(const QString &urls, const QString &ca = QString(), const QString &host = QString())
 {
     XMLNatsTransport::Options options;
     options.urls = urls;
+    options.tlsCaFile = ca;
+    options.tlsHostName = host;
     return options;
 }
 
 /** Sends back what it gets. Serves as the process that is killed and stopped. */
-int runEcho(const QString &urls, const QString &name)
+int runEcho(const QStringList &arguments)
 {
     XMLRouter router(nullptr);
     XMLRecordingAgent echo(router, echoType);
@@ -177,7 +179,8 @@ int runEcho(const QString &urls, const QString &name)
         echo.packets.clear();
         router.send(answer);
     };
-    XMLGateway gateway(&router, std::make_unique<XMLNatsTransport>(optionsOf(urls)), name);
+    const auto options = optionsOf(arguments.at(2), arguments.at(4), arguments.at(5));
+    XMLGateway gateway(&router, std::make_unique<XMLNatsTransport>(options), arguments.at(3));
     gateway.exportAgentsOfType(echoType);
     return QCoreApplication::exec();
 }
@@ -185,10 +188,11 @@ int runEcho(const QString &urls, const QString &name)
 class Echo
 {
 public:
-    explicit Echo(const QString &urls, const QString &name = QStringLiteral("echo"))
+    explicit Echo(const XMLNatsTransport::Options &bus)
     {
         process.setProcessChannelMode(QProcess::ForwardedChannels);
-        process.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--echo"), urls, name});
+        process.start(QCoreApplication::applicationFilePath(),
+                      {QStringLiteral("--echo"), bus.urls, QStringLiteral("echo"), bus.tlsCaFile, bus.tlsHostName});
         process.waitForStarted();
     }
 
@@ -249,32 +253,6 @@ public:
     int lost = 0;
 };
 
-/** Measures the longest time for which the event loop did not turn; only told, since machines differ. */
-class LongestTurn : public QObject
-{
-public:
-    LongestTurn()
-    {
-        startTimer(1);
-        clock.start();
-    }
-
-    ~LongestTurn() override
-    {
-        qInfo("the event loop stood still for %lld ms at most", longest);
-    }
-
-protected:
-    void timerEvent(QTimerEvent *) override
-    {
-        longest = std::max(longest, clock.restart());
-    }
-
-private:
-    QElapsedTimer clock;
-    qint64 longest = 0;
-};
-
 } // namespace
 
 class TestBus : public QObject
@@ -304,7 +282,6 @@ void TestBus::sendThrough(Asker &asker, const std::function<void(int)> &trouble)
     QTRY_VERIFY(asker.echo() != 0);
     const int echo = asker.echo();
     QStringList sent;
-    const LongestTurn turns;
     for (int i = 0; i < count; ++i) {
         asker.send(echo, QString::number(i));
         sent << QString::number(i);
@@ -324,7 +301,7 @@ void TestBus::sendThrough(Asker &asker, const std::function<void(int)> &trouble)
 void TestBus::serverDies()
 {
     BusServer server;
-    const Echo echo(server.url());
+    const Echo echo(optionsOf(server.url()));
     Asker asker(optionsOf(server.url()));
     sendThrough(asker, [&server](int) {
         server.kill();
@@ -335,7 +312,7 @@ void TestBus::serverDies()
 void TestBus::serverStops()
 {
     BusServer server;
-    const Echo echo(server.url());
+    const Echo echo(optionsOf(server.url()));
     Asker asker(optionsOf(server.url()));
     sendThrough(asker, [&server](int) {
         server.signal(SIGSTOP);
@@ -348,7 +325,7 @@ void TestBus::connectionsSuffer()
 {
     BusServer server;
     Proxy proxy(server.url());
-    const Echo echo(proxy.url());
+    const Echo echo(optionsOf(proxy.url()));
     Asker asker(optionsOf(proxy.url()));
     sendThrough(asker, [&proxy](int i) {
         if (i % 3 == 0)
@@ -372,7 +349,7 @@ void TestBus::clusterFailsOver()
     BusServer second(join);
     BusServer third(join);
     const QString urls = first.url() + QLatin1Char(',') + second.url() + QLatin1Char(',') + third.url();
-    const Echo echo(urls);
+    const Echo echo(optionsOf(urls));
     Asker asker(optionsOf(urls));
     BusServer *const servers[] = {&second, &third};
     sendThrough(asker, [&servers](int i) {
@@ -386,7 +363,7 @@ void TestBus::clusterFailsOver()
 void TestBus::peerDies()
 {
     BusServer server;
-    const Echo echo(server.url());
+    const Echo echo(optionsOf(server.url()));
     Asker asker(optionsOf(server.url()));
     QTRY_VERIFY(asker.echo() != 0);
     const int id = asker.echo();
@@ -401,7 +378,7 @@ void TestBus::peerDies()
     QTRY_COMPARE(asker.lost, 1);
     QCOMPARE(asker.agent.removed.count(id), 1);
 
-    const Echo next(server.url());
+    const Echo next(optionsOf(server.url()));
     QTRY_VERIFY(asker.echo() != 0);
     QTest::qWait(2500); // the traffic of joining is forgotten
     clock.start();
@@ -414,7 +391,7 @@ void TestBus::peerDies()
 void TestBus::peerStops()
 {
     BusServer server;
-    const Echo echo(server.url());
+    const Echo echo(optionsOf(server.url()));
     Asker asker(optionsOf(server.url()));
     QTRY_VERIFY(asker.echo() != 0);
     const int id = asker.echo();
@@ -439,7 +416,7 @@ void TestBus::peerStops()
 void TestBus::sizes()
 {
     BusServer server;
-    const Echo echo(server.url());
+    const Echo echo(optionsOf(server.url()));
     Asker asker(optionsOf(server.url()));
     QTRY_VERIFY(asker.echo() != 0);
     const QString large(15 << 20, QLatin1Char('x'));
@@ -456,23 +433,29 @@ void TestBus::refusals_data()
 {
     QTest::addColumn<QString>("user");
     QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("ca");
+    QTest::addColumn<QString>("host");
     QTest::addColumn<QString>("problem");
-    QTest::newRow("right") << "friend:right"
-                           << "friend"
-                           << "";
-    QTest::newRow("password") << "friend:wrong"
-                              << "friend"
-                              << "the bus cannot be reached: .*[Aa]uthorization.*";
-    QTest::newRow("name of another") << "friend:right"
-                                     << "echo2"
-                                     << "the bus: .*[Pp]ermissions? [Vv]iolation.*";
+    const auto row = [](const char *title, const char *user, const char *name, const char *ca, const char *host,
+                        const char *problem) {
+        QTest::newRow(title) << QString::fromLatin1(user) << QString::fromLatin1(name) << QString::fromLatin1(ca)
+                             << QString::fromLatin1(host) << QString::fromLatin1(problem);
+    };
+    row("password", "friend:wrong", "friend", "", "", "the bus cannot be reached: .*[Aa]uthorization.*");
+    row("name of another", "friend:right", "echo2", "", "", "the bus: .*[Pp]ermissions? [Vv]iolation.*");
+    row("certificate", "friend:right", "friend", "other.pem", "bus.test", "the bus cannot be reached: .*certificate.*");
+    const char *const elsewhere = "the bus cannot be reached: .*mismatch.*";
+    row("asked for host", "friend:right", "friend", "bus.pem", "other.test", elsewhere);
+    row("host of the address", "friend:right", "friend", "bus.pem", "", elsewhere);
 }
 
-/** Who may not join is told so in one line, tries again, and disturbs nobody. */
+/** Who may not join is told so in one line, tries again, and disturbs nobody who may. */
 void TestBus::refusals()
 {
     QFETCH(QString, user);
     QFETCH(QString, name);
+    QFETCH(QString, ca);
+    QFETCH(QString, host);
     QFETCH(QString, problem);
     QTemporaryDir folder;
     QFile file(folder.filePath(QStringLiteral("nats.conf")));
@@ -484,14 +467,28 @@ void TestBus::refusals()
                      .replace("NAME", each);
     }
     file.write("authorization: {users: [" + users + "]}\n");
+    if (!ca.isEmpty()) {
+        for (const char *const each : {"other", "bus"}) {
+            const QString make = QStringLiteral("req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -subj "
+                                                "/CN=%1.test -addext subjectAltName=DNS:%1.test -keyout %2/%1.key "
+                                                "-out %2/%1.pem")
+                                     .arg(QLatin1String(each), folder.path());
+            QCOMPARE(QProcess::execute(QStringLiteral("openssl"), make.split(QLatin1Char(' '))), 0);
+        }
+        file.write(QByteArray("tls: {cert_file: \"PATH/bus.pem\", key_file: \"PATH/bus.key\"}\n")
+                       .replace("PATH", folder.path().toUtf8()));
+    }
     file.close();
     BusServer server({QStringLiteral("-c"), file.fileName()});
-    const Echo echo(server.url(QStringLiteral("echo:right")), QStringLiteral("echo"));
-    Asker good(optionsOf(server.url(QStringLiteral("friend:right"))), QStringLiteral("friend"));
+    const auto optionsFor = [&](const QString &who, const QString &trusted, const QString &named) {
+        return optionsOf(server.url(who), ca.isEmpty() ? ca : folder.filePath(trusted), ca.isEmpty() ? ca : named);
+    };
+    const QString trusted = QStringLiteral("bus.pem");
+    const QString named = QStringLiteral("bus.test");
+    const Echo echo(optionsFor(QStringLiteral("echo:right"), trusted, named));
+    Asker good(optionsFor(QStringLiteral("friend:right"), trusted, named), QStringLiteral("friend"));
     QTRY_VERIFY(good.echo() != 0);
-    if (problem.isEmpty())
-        return;
-    Asker bad(optionsOf(server.url(user)), name);
+    Asker bad(optionsFor(user, ca, host), name);
     QTRY_VERIFY(!bad.problems.isEmpty());
     QTest::qWait(1000);
     const QRegularExpression expected(problem);
@@ -505,8 +502,8 @@ void TestBus::refusals()
 int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
-    if (argc == 4 && qstrcmp(argv[1], "--echo") == 0)
-        return runEcho(QString::fromUtf8(argv[2]), QString::fromUtf8(argv[3]));
+    if (argc == 6 && qstrcmp(argv[1], "--echo") == 0)
+        return runEcho(QCoreApplication::arguments());
     TestBus test;
     return QTest::qExec(&test, argc, argv);
 }

@@ -271,6 +271,8 @@ void TestGate::visibility()
     QTRY_COMPARE(desk.packets.size(), 1u);
     QCOMPARE(desk.packets[0]->getSourceAgentID(), shop);
     const int unlisted = a.shop.packets[0]->getSourceAgentID();
+    gateway.exportAgent(desk.getAgentID());
+    QTRY_VERIFY(a.router.findAgentOfType(200) != 0);
     {
         XMLRecordingAgent passing(router, 201);
         router.send(passing.getXMLPacket(shop));
