@@ -436,7 +436,7 @@ void GateSession::tick(qint64 now)
     if (currentState == Opening) {
         if (now - opensSince > openTime) {
             currentState = Closed;
-        } else if (now - lastOpen >= openInterval) {
+        } else if (now - lastOpen >= std::max(openInterval, lastOpen - opensSince)) { // twice as long each time
             lastOpen = now;
             sendOpen(mine, 0);
         }
