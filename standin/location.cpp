@@ -45,6 +45,11 @@ bool preparePostgres(Database &database, unsigned int limit, Location::Use use, 
                                       " set_config('lock_timeout', '%2', false),")
                            .arg(use == Location::Questions ? limit : 0)
                            .arg(use == Location::Questions ? 0 : limit);
+    // A question is for little of each table: joins read what indexes find, not all publications for one output.
+    if (use == Location::Questions)
+        settings += QStringLiteral(" set_config('enable_hashjoin', 'off', false),"
+                                   " set_config('enable_mergejoin', 'off', false),"
+                                   " set_config('random_page_cost', '1.1', false),");
     // What is made is made in one schema, whose tables are not taken for those of the next.
     settings += use == Location::Writing
         ? QStringLiteral(" set_config('search_path', quote_ident(current_schema()), false)")
