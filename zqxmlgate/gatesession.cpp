@@ -125,8 +125,14 @@ void GateSession::take(const GateFrame &frame, qint64 now)
         takeInSession(frame, now);
     else if (frame.kind == GateFrame::Open)
         takeOpen(frame, now);
-    else if (frame.kind != GateFrame::Close)
+    else if (frame.kind != GateFrame::Close && !isLate(frame))
         invite(now); // the other side does not know that a session has ended
+}
+
+/** Returns whether a frame was sent before the other side went on to this session. */
+bool GateSession::isLate(const GateFrame &frame) const
+{
+    return currentState == Open && gateEpochOf(frame.from) == theirEpoch() && frame.from < theirs;
 }
 
 void GateSession::takeOpen(const GateFrame &frame, qint64 now)

@@ -75,7 +75,7 @@ private:
         bool isPacket; ///< the last part of one
     };
 
-    bool belongsHere(const GateFrame &frame) const;
+    bool isLate(const GateFrame &frame) const;
     void takeOpen(const GateFrame &frame, qint64 now);
     void adopt(const GateFrame &frame, qint64 now);
     void takeInSession(const GateFrame &frame, qint64 now);
