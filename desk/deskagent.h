@@ -12,7 +12,7 @@ class DeskAgent : public XMLUIOwner
     Q_OBJECT
 
 public:
-    enum AgentType : int { DESK = 100, VIEW = 101, STORE = 102 };
+    enum AgentType : int { DESK = 100, VIEW = 101 };
     enum ActionType : int { REFRESH = 1, SHOW_PUBLICATIONS = 2, START = 3, STOP = 4, HOLD = 5 };
 
     explicit DeskAgent(XMLRouter *router, QObject *parent = nullptr);

@@ -30,7 +30,8 @@
 
 namespace {
 
-constexpr int pageSize = 250;
+constexpr int pageSize = 100; // takes less than 50 ms to take in
+constexpr int bookPageSize = 10; // a book has hundreds of pages
 constexpr int pageTime = 60000; // ms until a page is given up
 constexpr int shortTime = 100; // ms for which nobody wants to see progress
 
@@ -82,17 +83,21 @@ void translateDesk()
     }
 }
 
-DeskWindow::DeskWindow(ZQCommServer *server, const QString &storeName)
-    : router(server), store(server, &router, DeskAgent::STORE), requester(&router), agent(&router),
-      view(&router, DeskAgent::VIEW)
+DeskWindow::DeskWindow(DeskStore &deskStore, const QString &name)
+    : store(deskStore), requester(store.router()), agent(store.router()), view(store.router(), DeskAgent::VIEW)
 {
-    setWindowTitle(tr("Print shop – %1").arg(storeName));
+    setWindowTitle(tr("Print shop – %1").arg(name));
     setWindowIcon(QIcon::fromTheme(QStringLiteral("zqxml-desk")));
     makeWindow();
     makeActions();
     makeProgress();
     resize(fontMetrics().averageCharWidth() * 150, fontMetrics().height() * 42);
-    ask(outputs, XMLCommServer::REQUEST_OUTPUTS, false);
+    connect(&store, &DeskStore::problem, this, &DeskWindow::showProblem);
+    connect(&store, &DeskStore::serverCame, this, [this] {
+        if (isMissed)
+            refresh();
+    });
+    ask(outputs);
     outputs->setFocus();
 }
 
@@ -182,7 +187,7 @@ void DeskWindow::makeActions()
     connect(&agent, &DeskAgent::refreshWanted, this, &DeskWindow::refresh);
     connect(&agent, &DeskAgent::publicationsWanted, this, [this](bool shown) {
         withPublications = shown;
-        askForJobs(true);
+        ask(jobs);
     });
     connect(&agent, &DeskAgent::outputSwitched, this, &DeskWindow::switchOutput);
     connect(&agent, &DeskAgent::jobHeld, this, &DeskWindow::holdJob);
@@ -230,24 +235,33 @@ void DeskWindow::makeProgress()
     connect(progressTimer, &QTimer::timeout, this, [this] {
         progress->setVisible(isLoading());
         cancel->setVisible(isLoading());
+        if (isMissed)
+            statusBar()->showMessage(tr("Nobody answers; waiting for a store"));
     });
     for (RecordPane *const pane : panes()) {
         connect(pane->records(), &XMLRecordModel::progress, this, &DeskWindow::showProgress);
         connect(cancel, &QToolButton::clicked, pane->records(), &XMLRecordModel::cancel);
-        connect(pane->records(), &XMLRecordModel::loaded, this, [this, pane](XMLMailbox::State state) {
-            if (state == XMLMailbox::Cancelled)
-                statusBar()->showMessage(tr("Cancelled"));
-            else if (state != XMLMailbox::Answered)
-                statusBar()->showMessage(tr("The store does not answer"));
-            if (pane == outputs && outputs->currentRow() < 0)
-                outputs->selectRow(0);
-            if (!isLoading()) {
-                progressTimer->stop();
-                progress->hide();
-                cancel->hide();
-            }
-        });
+        connect(pane->records(), &XMLRecordModel::loaded, this,
+                [this, pane](XMLMailbox::State state) { takeEnd(pane, state); });
     }
+}
+
+void DeskWindow::takeEnd(RecordPane *pane, XMLMailbox::State state)
+{
+    if (state == XMLMailbox::AgentGone)
+        ask(pane); // somebody else
+    else if (state == XMLMailbox::Cancelled)
+        statusBar()->showMessage(tr("Cancelled"));
+    else if (state != XMLMailbox::Answered)
+        statusBar()->showMessage(tr("The store does not answer"));
+    if (pane == outputs && outputs->currentRow() < 0)
+        outputs->selectRow(0);
+    if (isLoading())
+        return;
+    if (!isMissed)
+        progressTimer->stop();
+    progress->hide();
+    cancel->hide();
 }
 
 void DeskWindow::setIcons()
@@ -284,41 +298,48 @@ DeskAgent *DeskWindow::deskAgent()
 
 void DeskWindow::showProblem(const QString &line)
 {
-    statusBar()->showMessage(line);
+    statusBar()->showMessage(isMissed ? tr("Nobody answers: %1").arg(line) : line);
 }
 
-void DeskWindow::ask(RecordPane *pane, int request, bool isRefresh)
+int DeskWindow::requestOf(const RecordPane *pane) const
+{
+    return pane == outputs   ? XMLCommServer::REQUEST_OUTPUTS
+        : pane == jobs       ? XMLCommServer::REQUEST_JOBS
+        : pane == books      ? XMLCommServer::REQUEST_BOOKS
+                             : XMLCommServer::REQUEST_PUBLICATIONS;
+}
+
+/** Asks for what the pane shows, again if it shows something. */
+void DeskWindow::ask(RecordPane *pane)
 {
     XMLAction action;
-    action.setType(request);
+    action.setType(requestOf(pane));
     if (pane == jobs) {
+        if (output.key == 0 && output.hkey == 0)
+            return;
         XMLRequester::setKeys(action, {output});
         action.setExcludePublications(!withPublications);
     }
-    XMLPages *const pages = requester.pages(store.getAgentID(), action, pageSize, pageTime);
-    if (isRefresh)
-        pane->records()->refresh(pages);
-    else
-        pane->records()->setPages(pages);
-    progress->setRange(0, 0);
     progressTimer->start();
-}
-
-void DeskWindow::askForJobs(bool isRefresh)
-{
-    if (output.key != 0 || output.hkey != 0)
-        ask(jobs, XMLCommServer::REQUEST_JOBS, isRefresh);
+    const int server = store.server();
+    isMissed = server == 0;
+    if (isMissed)
+        return;
+    const int size = pane == books ? bookPageSize : pageSize;
+    pane->records()->refresh(requester.pages(server, action, size, pageTime));
+    progress->setRange(0, 0);
 }
 
 void DeskWindow::refresh()
 {
-    ask(outputs, XMLCommServer::REQUEST_OUTPUTS, true);
-    askForJobs(true);
-    if (publications->proxy()->sourceModel()->rowCount() > 0)
-        ask(publications, XMLCommServer::REQUEST_PUBLICATIONS, true);
-    if (books->proxy()->sourceModel()->rowCount() > 0)
-        ask(books, XMLCommServer::REQUEST_BOOKS, true);
-    statusBar()->showMessage(tr("Refreshed"), 3000);
+    ask(outputs);
+    ask(jobs);
+    for (RecordPane *const pane : {publications, books}) {
+        if (pane->isVisible() || pane->records()->rowCount() > 0)
+            ask(pane);
+    }
+    if (!isMissed)
+        statusBar()->showMessage(tr("Refreshed"), 3000);
 }
 
 void DeskWindow::showTab()
@@ -326,7 +347,7 @@ void DeskWindow::showTab()
     const auto pane = qobject_cast<RecordPane *>(tabs->currentWidget());
     const bool isEmpty = pane->records()->rowCount() == 0 && !pane->records()->isLoading();
     if (isEmpty && pane != jobs)
-        ask(pane, pane == books ? XMLCommServer::REQUEST_BOOKS : XMLCommServer::REQUEST_PUBLICATIONS, false);
+        ask(pane);
     showFields();
 }
 
@@ -339,7 +360,7 @@ void DeskWindow::showOutput()
         return;
     output = chosen;
     jobs->records()->clear();
-    askForJobs(false);
+    ask(jobs);
 }
 
 void DeskWindow::showFields()

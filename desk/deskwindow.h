@@ -5,9 +5,9 @@
 #define DESK_DESKWINDOW_H
 
 #include "deskagent.h"
+#include "deskstore.h"
 
-#include <zqxml/xmlrouter.h>
-#include <zqxmlkit/xmlrecordserver.h>
+#include <recordlib/zqlib.h>
 #include <zqxmlkit/xmlrequester.h>
 #include <zqxmlview/xmluiagent.h>
 
@@ -21,7 +21,6 @@ class QTimer;
 class QToolBar;
 class QToolButton;
 class RecordPane;
-class ZQCommServer;
 
 /** Makes the application speak the user's language, as far as there is a translation. */
 void translateDesk();
@@ -35,15 +34,12 @@ class DeskWindow : public QMainWindow
     Q_OBJECT
 
 public:
-    /** Shows the store behind \a server, which is not taken over; \a store is its name. */
-    DeskWindow(ZQCommServer *server, const QString &store);
+    /** Shows what \a deskStore answers, which is not taken over and goes after the window; \a name is shown too. */
+    DeskWindow(DeskStore &deskStore, const QString &name);
     ~DeskWindow() override;
 
     bool isLoading() const; ///< Returns whether something is being asked for.
     DeskAgent *deskAgent(); ///< Returns the agent that offers what can be done.
-
-    /** Shows \a line in the status bar. */
-    void showProblem(const QString &line);
 
 protected:
     void changeEvent(QEvent *event) override;
@@ -54,9 +50,11 @@ private:
     void makeActions();
     void makeProgress();
     void setIcons();
-    void ask(RecordPane *pane, int request, bool isRefresh);
-    void askForJobs(bool isRefresh);
+    int requestOf(const RecordPane *pane) const;
+    void ask(RecordPane *pane);
+    void takeEnd(RecordPane *pane, XMLMailbox::State state);
     void refresh();
+    void showProblem(const QString &line);
     void showTab();
     void showOutput();
     void showFields();
@@ -65,8 +63,7 @@ private:
     void holdJob(bool held);
     QList<RecordPane *> panes() const;
 
-    XMLRouter router;
-    XMLRecordServer store;
+    DeskStore &store;
     XMLRequester requester;
     DeskAgent agent;
     XMLUIAgent view;
@@ -84,6 +81,7 @@ private:
     QTimer *progressTimer = nullptr;
     ZQKEY_ELEMENT output{0, 0}; // whose jobs are shown
     bool withPublications = false;
+    bool isMissed = false; // the store was to be asked while there was none
 };
 
 #endif

@@ -6,6 +6,9 @@
 #include "deskwindow.h"
 
 #include <standin/zqstandin.h>
+#ifdef ZQXML_WITH_BUS
+#include <tools/bus.h>
+#endif
 #include <tools/toolsupport.h>
 
 #include <QApplication>
@@ -15,8 +18,16 @@
 
 namespace {
 
+/** What the command line asks for. */
+struct Wanted {
+    QString database;
+#ifdef ZQXML_WITH_BUS
+    XMLNatsTransport::Options bus; ///< without an address the database is shown
+#endif
+};
+
 /** Reads the command line, for which no screen is needed. Returns the exit status when that is all there is to do. */
-std::optional<int> readArguments(int argc, char *argv[], QString &database)
+std::optional<int> readArguments(int argc, char *argv[], Wanted &wanted)
 {
     const QCoreApplication application(argc, argv);
     QCommandLineParser parser;
@@ -24,14 +35,40 @@ std::optional<int> readArguments(int argc, char *argv[], QString &database)
     parser.addOption({QStringLiteral("database"),
                       QStringLiteral("Show this SQLite file, or the database at a driver's URL; a sample without it."),
                       QStringLiteral("FILE")});
+#ifdef ZQXML_WITH_BUS
+    addBusArguments(parser);
+#endif
     if (const auto status = parseCommandLine(parser))
         return status;
     if (!parser.positionalArguments().isEmpty())
         return fail(QStringLiteral("'%1' is no option").arg(parser.positionalArguments().constFirst()), WrongUsage);
-    database = parser.value(QStringLiteral("database"));
-    if (database.isEmpty() && parser.isSet(QStringLiteral("database")))
+    wanted.database = parser.value(QStringLiteral("database"));
+    if (wanted.database.isEmpty() && parser.isSet(QStringLiteral("database")))
         return fail(QStringLiteral("--database needs a file"), WrongUsage);
+#ifdef ZQXML_WITH_BUS
+    const QString wrong = readOptionalBus(parser, wanted.bus);
+    if (!wrong.isEmpty())
+        return fail(wrong, WrongUsage);
+#endif
     return std::nullopt;
+}
+
+std::unique_ptr<DeskStore> openStore(const Wanted &wanted, QString *error)
+{
+#ifdef ZQXML_WITH_BUS
+    if (!wanted.bus.urls.isEmpty())
+        return std::make_unique<DeskStore>(std::make_unique<XMLNatsTransport>(wanted.bus));
+#endif
+    return DeskStore::open(wanted.database, error);
+}
+
+QString nameOf(const Wanted &wanted)
+{
+#ifdef ZQXML_WITH_BUS
+    if (!wanted.bus.urls.isEmpty())
+        return wanted.bus.bus;
+#endif
+    return wanted.database.isEmpty() ? DeskWindow::tr("sample") : ZQPublicName(wanted.database);
 }
 
 } // namespace
@@ -39,22 +76,19 @@ std::optional<int> readArguments(int argc, char *argv[], QString &database)
 int main(int argc, char *argv[])
 {
     prepareTool("zqxml-desk");
-    QString database;
-    if (const auto status = readArguments(argc, argv, database))
+    Wanted wanted;
+    if (const auto status = readArguments(argc, argv, wanted))
         return *status;
+    hidePasswords(argv);
 
     const QApplication application(argc, argv);
     QGuiApplication::setDesktopFileName(QStringLiteral("zqxml-desk"));
     translateDesk();
     QString error;
-    ZQCONNECTION *const connection = database.isEmpty() ? ZQOpenSampleStore(&error) : ZQOpenStore(database, &error);
-    if (!connection)
-        return fail(database.isEmpty() ? error : ZQPublicName(database) + QStringLiteral(": ") + error);
-    ZQCommServer server(connection);
-    DeskWindow window(&server, database.isEmpty() ? DeskWindow::tr("sample") : ZQPublicName(database));
-    ZQReport() = [&window](const QString &line) { window.showProblem(line); };
+    const std::unique_ptr<DeskStore> store = openStore(wanted, &error);
+    if (!store)
+        return fail(error);
+    DeskWindow window(*store, nameOf(wanted));
     window.show();
-    const int status = QApplication::exec();
-    ZQReport() = nullptr;
-    return status;
+    return QApplication::exec();
 }

@@ -297,5 +297,13 @@
         <source>sample</source>
         <translation>Beispiel</translation>
     </message>
+    <message>
+        <source>Nobody answers; waiting for a store</source>
+        <translation>Niemand antwortet; es wird auf einen Speicher gewartet</translation>
+    </message>
+    <message>
+        <source>Nobody answers: %1</source>
+        <translation>Niemand antwortet: %1</translation>
+    </message>
 </context>
 </TS>

@@ -3,9 +3,15 @@
 
 #include "bus.h"
 
+#include <zqxml/xmlrouter.h>
+
 #include <QCommandLineParser>
 #include <QFileInfo>
+#include <QRandomGenerator>
 #include <QRegularExpression>
+
+#include <iterator>
+#include <list>
 
 void addBusArguments(QCommandLineParser &parser)
 {
@@ -44,4 +50,27 @@ QString readBusArguments(const QCommandLineParser &parser, XMLNatsTransport::Opt
             return file + QStringLiteral(": cannot be read");
     }
     return QString();
+}
+
+QString readOptionalBus(const QCommandLineParser &parser, XMLNatsTransport::Options &options)
+{
+    if (parser.isSet(QStringLiteral("bus"))) {
+        if (parser.isSet(QStringLiteral("database")))
+            return QStringLiteral("--bus and --database do not go together");
+        return readBusArguments(parser, options);
+    }
+    for (const QString &option : parser.optionNames()) {
+        if (option.startsWith(QLatin1String("bus-")) || option.startsWith(QLatin1String("tls-"))
+            || option == QLatin1String("credentials"))
+            return QStringLiteral("--%1 goes with --bus only").arg(option);
+    }
+    return QString();
+}
+
+int anyAgentOfType(XMLRouter &router, int type)
+{
+    const std::list<int> agents = router.findAgentsOfType(type);
+    if (agents.empty())
+        return 0;
+    return *std::next(agents.begin(), QRandomGenerator::global()->bounded(static_cast<int>(agents.size())));
 }

@@ -7,6 +7,7 @@
 #include <zqxmlgate/xmlnatstransport.h>
 
 class QCommandLineParser;
+class XMLRouter;
 
 // What zqxml-serve exports beside the comm server agent.
 constexpr int pageServerType = 1; ///< the type of its XMLRecordServer
@@ -23,5 +24,11 @@ void addBusArguments(QCommandLineParser &parser);
 
 /** Fills the options from the parsed command line; returns what is wrong with them, or nothing. */
 QString readBusArguments(const QCommandLineParser &parser, XMLNatsTransport::Options &options);
+
+/** As readBusArguments(), for a program that asks a bus or a database: nothing may be there without --bus. */
+QString readOptionalBus(const QCommandLineParser &parser, XMLNatsTransport::Options &options);
+
+/** Returns an agent of the type \a type, of all that there are one by chance; 0 for none. */
+int anyAgentOfType(XMLRouter &router, int type);
 
 #endif

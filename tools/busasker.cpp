@@ -11,10 +11,8 @@
 
 #include <QCoreApplication>
 #include <QEventLoop>
-#include <QRandomGenerator>
 #include <QTimer>
 
-#include <iterator>
 #include <list>
 
 namespace {
@@ -44,7 +42,7 @@ void BusAsker::giveUp()
         reason += QStringLiteral(": ") + lastProblem;
 }
 
-/** Returns an agent of the type, of all that there are one by chance; 0 when none comes in time. */
+/** Returns an agent of the type; 0 when none comes in time. */
 int BusAsker::findServer(int type, const QDeadlineTimer &deadline)
 {
     QEventLoop loop;
@@ -53,9 +51,8 @@ int BusAsker::findServer(int type, const QDeadlineTimer &deadline)
     QObject::connect(&timer, &QTimer::timeout, &loop, &QEventLoop::quit);
     timer.start(100);
     for (;;) {
-        const std::list<int> servers = router.findAgentsOfType(type);
-        if (!servers.empty())
-            return *std::next(servers.begin(), QRandomGenerator::global()->bounded(static_cast<int>(servers.size())));
+        if (const int server = anyAgentOfType(router, type))
+            return server;
         if (deadline.hasExpired())
             break;
         loop.exec();

@@ -81,26 +81,6 @@ QString readTrace(const QCommandLineParser &parser, Query &query)
     return QString();
 }
 
-QString readBus(const QCommandLineParser &parser, Query &query)
-{
-#ifdef ZQXML_WITH_BUS
-    if (parser.isSet(QStringLiteral("bus"))) {
-        if (parser.isSet(QStringLiteral("database")))
-            return QStringLiteral("--bus and --database do not go together");
-        return readBusArguments(parser, query.bus);
-    }
-    for (const QString &option : parser.optionNames()) {
-        if (option.startsWith(QLatin1String("bus-")) || option.startsWith(QLatin1String("tls-"))
-            || option == QLatin1String("credentials"))
-            return QStringLiteral("--%1 goes with --bus only").arg(option);
-    }
-#else
-    Q_UNUSED(parser)
-    Q_UNUSED(query)
-#endif
-    return QString();
-}
-
 QString readNumbers(const QCommandLineParser &parser, Query &query)
 {
     const struct {
@@ -166,8 +146,12 @@ QString readArguments(const QCommandLineParser &parser, Query &query)
         return QStringLiteral("'%1' is none of the formats %2")
             .arg(query.format, formatNames().join(QStringLiteral(", ")));
     query.rebuild = parser.isSet(QStringLiteral("rebuild"));
-    const QString wrong = readTrace(parser, query);
-    return wrong.isEmpty() ? readBus(parser, query) : wrong;
+    QString wrong = readTrace(parser, query);
+#ifdef ZQXML_WITH_BUS
+    if (wrong.isEmpty())
+        wrong = readOptionalBus(parser, query.bus);
+#endif
+    return wrong;
 }
 
 QString toText(const ZQKEY_ELEMENT &key)

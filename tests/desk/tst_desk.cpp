@@ -3,7 +3,13 @@
 
 #include <desk/deskwindow.h>
 #include <desk/recordpane.h>
+#ifdef ZQXML_WITH_BUS
 #include <standin/zqstandin.h>
+#include <tools/bus.h>
+#include <zqxmlgate/xmlgateway.h>
+#include <zqxmlgate/xmlpipetransport.h>
+#include <zqxmlkit/xmlrecordserver.h>
+#endif
 #include <zqxml/xmlaction.h>
 
 #include <QApplication>
@@ -31,6 +37,7 @@ private Q_SLOTS:
     void cleanup();
     void drive();
     void openMenu();
+    void bus();
 
 private:
     RecordPane *pane(const char *name) const;
@@ -41,30 +48,30 @@ private:
     QString textOf(const RecordPane *pane, int row, const char *field) const;
     void photograph(const char *name) const;
 
-    std::unique_ptr<ZQCommServer> server;
+    std::unique_ptr<DeskStore> store;
     std::unique_ptr<DeskWindow> window;
 };
 
 void TestDesk::init()
 {
     QString error;
-    server = std::make_unique<ZQCommServer>(ZQOpenSampleStore(&error));
-    QVERIFY2(error.isEmpty(), qPrintable(error));
-    window = std::make_unique<DeskWindow>(server.get(), QStringLiteral("shop.db"));
+    store = DeskStore::open(QString(), &error);
+    QVERIFY2(store, qPrintable(error));
+    window = std::make_unique<DeskWindow>(*store, QStringLiteral("shop.db"));
     const QStringList size = qEnvironmentVariable("ZQXML_PICTURES_SIZE").split(QLatin1Char('x'));
     if (size.size() == 2)
         window->resize(size.at(0).toInt(), size.at(1).toInt());
     window->show();
     QVERIFY(QTest::qWaitForWindowExposed(window.get()));
     window->activateWindow();
-    QTRY_VERIFY(!window->isLoading());
     QTRY_COMPARE(pane("Outputs")->currentRow(), 0);
+    QTRY_VERIFY(!window->isLoading());
 }
 
 void TestDesk::cleanup()
 {
     window.reset();
-    server.reset();
+    store.reset();
 }
 
 RecordPane *TestDesk::pane(const char *name) const
@@ -229,6 +236,33 @@ void TestDesk::openMenu()
     QTest::mouseClick(menu, Qt::LeftButton, Qt::NoModifier, place.center());
     QTRY_VERIFY(textOf(outputs, 0, "state") != state);
     QTRY_VERIFY(!menu->actions().contains(actions.at(DeskAgent::STOP - 1)));
+}
+
+/** Who answers on a bus comes late and goes in the middle of an answer; another one goes on. */
+void TestDesk::bus()
+{
+#ifdef ZQXML_WITH_BUS
+    const auto pipe = std::make_shared<XMLPipe>();
+    window.reset();
+    store = std::make_unique<DeskStore>(std::make_unique<XMLPipeTransport>(pipe));
+    window = std::make_unique<DeskWindow>(*store, QStringLiteral("bus"));
+    const auto message = [this] { return window->statusBar()->currentMessage(); };
+    for (int servers = 0; servers < 2; ++servers) {
+        QTRY_COMPARE(message(), DeskWindow::tr("Nobody answers; waiting for a store"));
+        QVERIFY(!window->isLoading());
+        QString error;
+        ZQCommServer server(ZQOpenSampleStore(&error));
+        XMLRouter router(&server);
+        XMLRecordServer recordServer(&server, &router, pageServerType);
+        XMLGateway gateway(&router, std::make_unique<XMLPipeTransport>(pipe));
+        gateway.exportAgent(recordServer.getAgentID());
+        QTRY_COMPARE(message(), DeskWindow::tr("Refreshed"));
+        QTRY_VERIFY(!window->isLoading());
+        QCOMPARE(pane("Outputs")->proxy()->rowCount(), 24);
+        Q_EMIT window->deskAgent()->refreshWanted();
+        QVERIFY(window->isLoading());
+    }
+#endif
 }
 
 int main(int argc, char *argv[])
