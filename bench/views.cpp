@@ -100,16 +100,19 @@ void measureActions()
     const double anew = timeOf(31, [&] { rebuild(other, *uis[turn++ % 2]); });
     print("update of 1 of 1,000 actions: of rebuilding", 0.05, update, anew, "ms");
 
+    std::vector<std::unique_ptr<QMenu>> menus; // destroyed when nothing is measured
+    std::vector<std::unique_ptr<XMLUIBinder>> made;
+    const auto freshMenu = [&menus] { return menus.emplace_back(std::make_unique<QMenu>()).get(); };
     const double first = timeOf(31, [&] {
-        QMenu fresh;
-        XMLUIBinder made;
-        made.addTo(&fresh);
-        made.setUI(*uis[0]);
+        auto fresh = std::make_unique<XMLUIBinder>();
+        fresh->addTo(freshMenu());
+        fresh->setUI(*uis[0]);
+        made.push_back(std::move(fresh));
     });
     const double byHand = timeOf(31, [&] {
-        QMenu fresh;
+        QMenu *const fresh = freshMenu();
         for (int i = 0; i < actionCount; ++i) {
-            QAction *const action = fresh.addAction(QStringLiteral("Action %1").arg(i), &fresh, [] {});
+            QAction *const action = fresh->addAction(QStringLiteral("Action %1").arg(i), fresh, [] {});
             action->setCheckable(i % 2 == 0);
             action->setToolTip(action->text());
         }

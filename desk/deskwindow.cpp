@@ -378,7 +378,7 @@ void DeskWindow::showFields()
 
 void DeskWindow::showProgress(int done, int all)
 {
-    progress->setRange(0, all);
+    progress->setRange(0, done < all ? all : 0); // nobody knows how many records of the last are still to come
     progress->setValue(done);
 }
 

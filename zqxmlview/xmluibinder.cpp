@@ -156,6 +156,7 @@ void XMLUIBinder::addTo(QWidget *widget)
 QList<QAction *> XMLUIBinder::actions() const
 {
     QList<QAction *> list;
+    list.reserve(uiModel->rowCount());
     for (int row = 0; row < uiModel->rowCount(); ++row)
         list.append(shownAt(row)->action);
     return list;

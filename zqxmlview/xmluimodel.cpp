@@ -43,7 +43,7 @@ struct Q_DECL_HIDDEN XMLUIModel::Item {
 
     void read(const QDomElement &action)
     {
-        name = XMLObject::getAttribute(action, QStringLiteral("name"));
+        name = parts.attribute(QStringLiteral("name"));
         orgName = XMLObject::getProperty(action, QStringLiteral("org_name"));
         isEnabled = readSwitch(action, QStringLiteral("enabled"), true);
         isVisible = readSwitch(action, QStringLiteral("visible"), true);
@@ -56,7 +56,8 @@ struct Q_DECL_HIDDEN XMLUIModel::Item {
 
 struct Q_DECL_HIDDEN XMLUIModel::Incoming {
     QDomElement element;
-    ActionParts parts;
+    const Item *equal; // that has been shown in its row, and shows just this
+    ActionParts parts; // unless there is one
     int type;
     int originator;
     int occurrence;
@@ -64,6 +65,13 @@ struct Q_DECL_HIDDEN XMLUIModel::Incoming {
     bool isSame(const Item &item) const
     {
         return type == item.type && originator == item.originator && occurrence == item.occurrence;
+    }
+
+    void fill(Item &item)
+    {
+        item.parts = parts.isEmpty() ? ActionParts(element) : std::move(parts);
+        item.read(element);
+        equal = &item;
     }
 };
 
@@ -92,10 +100,10 @@ void XMLUIModel::setUI(const QDomElement &ui)
     // A slot that shows another user interface meanwhile has the last word.
     for (std::size_t row = 0; updates == present && row < incoming.size(); ++row) {
         Item &item = *items[row];
-        if (!item.isChangedHere && item.parts == incoming[row].parts)
+        Incoming &next = incoming[row];
+        if (!item.isChangedHere && (next.equal == &item || item.parts.isOf(next.element)))
             continue;
-        item.parts = std::move(incoming[row].parts);
-        item.read(incoming[row].element);
+        next.fill(item);
         emitChange(static_cast<int>(row));
         isChanged = true;
     }
@@ -114,25 +122,27 @@ std::vector<XMLUIModel::Incoming> XMLUIModel::read(const QDomElement &ui,
     const QString tagName = XMLObject::rootNodeName(XMLObject::XML_ACTION);
     std::vector<Incoming> incoming;
     incoming.reserve(shown.size());
-    QHash<QPair<int, int>, int> occurrences;
+    QHash<quint64, int> occurrences; // by type and originator
     for (QDomNode node = ui.firstChild(); !node.isNull(); node = node.nextSibling()) {
-        if (!node.isElement() || node.nodeName() != tagName)
+        if (!node.isElement())
             continue;
         const QDomElement element = node.toElement();
-        Incoming next{element, ActionParts(element), 0, 0, 0};
-        // Looking for attributes by name is the dearest part of it all.
-        const Item *const same = incoming.size() < shown.size() ? shown[incoming.size()].get() : nullptr;
-        const bool isEqual = same && same->parts == next.parts;
-        next.type = isEqual ? same->type : XMLObject::getAttributeInt(element, QStringLiteral("type"));
-        next.originator =
-            isEqual ? same->originator : XMLObject::getAttributeInt(element, QStringLiteral("originator"));
-        next.occurrence = occurrences[qMakePair(next.type, next.originator)]++;
+        const Item *const present = incoming.size() < shown.size() ? shown[incoming.size()].get() : nullptr;
+        const bool isEqual = present && present->parts.isOf(element);
+        if (!isEqual && node.nodeName() != tagName)
+            continue;
+        Incoming next{element, isEqual ? present : nullptr, ActionParts(), 0, 0, 0};
+        if (!isEqual)
+            next.parts = ActionParts(element);
+        next.type = isEqual ? present->type : next.parts.attribute(QStringLiteral("type")).toInt();
+        next.originator = isEqual ? present->originator : next.parts.attribute(QStringLiteral("originator")).toInt();
+        next.occurrence = occurrences[quint64(quint32(next.type)) << 32 | quint32(next.originator)]++;
         incoming.push_back(std::move(next));
     }
     return incoming;
 }
 
-bool XMLUIModel::rearrange(const std::vector<Incoming> &incoming)
+bool XMLUIModel::rearrange(std::vector<Incoming> &incoming)
 {
     const auto isSame = [](const Incoming &next, const auto &item) { return next.isSame(*item); };
     if (std::equal(incoming.begin(), incoming.end(), items.begin(), items.end(), isSame))
@@ -173,18 +183,17 @@ bool XMLUIModel::rearrange(const std::vector<Incoming> &incoming)
     return true;
 }
 
-void XMLUIModel::insertItems(int row, int count, const std::vector<Incoming> &incoming)
+void XMLUIModel::insertItems(int row, int count, std::vector<Incoming> &incoming)
 {
     beginInsertRows(QModelIndex(), row, row + count - 1);
     std::vector<std::unique_ptr<Item>> fresh;
     for (int i = row; i < row + count; ++i) {
-        const Incoming &next = incoming[static_cast<std::size_t>(i)];
+        Incoming &next = incoming[static_cast<std::size_t>(i)];
         auto item = std::make_unique<Item>();
         item->type = next.type;
         item->originator = next.originator;
         item->occurrence = next.occurrence;
-        item->parts = next.parts;
-        item->read(next.element);
+        next.fill(*item);
         fresh.push_back(std::move(item));
     }
     items.insert(items.begin() + row, std::make_move_iterator(fresh.begin()), std::make_move_iterator(fresh.end()));

@@ -116,8 +116,8 @@ private:
     struct Incoming;
 
     static std::vector<Incoming> read(const QDomElement &ui, const std::vector<std::unique_ptr<Item>> &shown);
-    bool rearrange(const std::vector<Incoming> &incoming);
-    void insertItems(int row, int count, const std::vector<Incoming> &incoming);
+    bool rearrange(std::vector<Incoming> &incoming);
+    void insertItems(int row, int count, std::vector<Incoming> &incoming);
     void uncheckOthers(int row, std::vector<int> &changed);
     void emitChange(int row);
     QString imageOf(const Item &item) const;
