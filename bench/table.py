@@ -192,9 +192,15 @@ def rows_of_tracing(events):
     yield "  grow with events to the", at_most(1.1), growth("trace/statistics", (1000, events))
 
 
+def rows_of_views():
+    for label, limit, path in (("update of 1 of 1,000 actions: of rebuilding", 0.05, "actionUpdate"),
+                               ("1,000 actions, first time: of QActions", 2, "actionsFirst")):
+        yield label, at_most(limit), ratio(f"{path}/ours/1000", f"{path}/plain/1000")
+
+
 def counted_rows():
     for rows in (rows_of_records(), rows_of_packets(), rows_of_sending(), rows_of_objects(), rows_of_road(100),
-                 rows_of_wire(64 * 1024), rows_of_asking(), rows_of_tracing(10000)):
+                 rows_of_wire(64 * 1024), rows_of_asking(), rows_of_tracing(10000), rows_of_views()):
         yield from rows
 
 

@@ -37,7 +37,8 @@ public:
     /** Returns the router, which stays the store's. Agents in it are to go before the store does. */
     XMLRouter *router();
 
-    /** Returns the agent to ask for records, see XMLRecordServer; of several one by chance, and 0 while there is none. */
+    /** Returns the agent to ask for records, see XMLRecordServer; of several one by chance, and 0 while there is none.
+     */
     int server();
 
 Q_SIGNALS:

@@ -303,10 +303,10 @@ void DeskWindow::showProblem(const QString &line)
 
 int DeskWindow::requestOf(const RecordPane *pane) const
 {
-    return pane == outputs   ? XMLCommServer::REQUEST_OUTPUTS
-        : pane == jobs       ? XMLCommServer::REQUEST_JOBS
-        : pane == books      ? XMLCommServer::REQUEST_BOOKS
-                             : XMLCommServer::REQUEST_PUBLICATIONS;
+    return pane == outputs ? XMLCommServer::REQUEST_OUTPUTS
+        : pane == jobs     ? XMLCommServer::REQUEST_JOBS
+        : pane == books    ? XMLCommServer::REQUEST_BOOKS
+                           : XMLCommServer::REQUEST_PUBLICATIONS;
 }
 
 /** Asks for what the pane shows, again if it shows something. */

@@ -10,8 +10,8 @@
 namespace {
 
 /**
- * Shows \a visitor the element and what is below it, where elements open and close and what is between, until it returns
- * false; returns whether it never did. Not by recursion: nothing bounds the depth.
+ * Shows \a visitor the element and what is below it, where elements open and close and what is between, until it
+ * returns false; returns whether it never did. Not by recursion: nothing bounds the depth.
  */
 template <typename Visitor>
 bool visit(const QDomElement &element, Visitor &visitor)

@@ -40,13 +40,62 @@ private Q_SLOTS:
     void bus();
 
 private:
-    RecordPane *pane(const char *name) const;
-    QStringList namesOf(const RecordPane *pane) const;
-    QToolButton *button(DeskAgent::ActionType type) const;
-    void click(DeskAgent::ActionType type) const;
-    void clickRow(QTableView *view, int row) const;
-    QString textOf(const RecordPane *pane, int row, const char *field) const;
-    void photograph(const char *name) const;
+    RecordPane *pane(const char *name) const
+    {
+        const QList<RecordPane *> panes = window->findChildren<RecordPane *>();
+        for (RecordPane *const each : panes) {
+            if (each->accessibleName() == DeskWindow::tr(name))
+                return each;
+        }
+        return nullptr;
+    }
+
+    QStringList namesOf(const RecordPane *pane) const
+    {
+        QStringList names;
+        for (int row = 0; row < pane->proxy()->rowCount(); ++row)
+            names << pane->proxy()->index(row, 0).data().toString();
+        return names;
+    }
+
+    QString textOf(const RecordPane *pane, int row, const char *field) const
+    {
+        const int column = pane->proxy()->columnOf(QString::fromLatin1(field));
+        return pane->proxy()->index(row, column).data().toString();
+    }
+
+    QToolButton *button(DeskAgent::ActionType type) const
+    {
+        const QToolBar *const toolBar = window->findChild<QToolBar *>();
+        return qobject_cast<QToolButton *>(toolBar->widgetForAction(toolBar->actions().at(type - 1)));
+    }
+
+    void click(DeskAgent::ActionType type) const
+    {
+        QTest::mouseClick(button(type), Qt::LeftButton);
+        QCoreApplication::processEvents();
+    }
+
+    void clickRow(QTableView *view, int row) const
+    {
+        view->scrollTo(view->model()->index(row, 0));
+        QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::NoModifier,
+                          view->visualRect(view->model()->index(row, 0)).center());
+        QCoreApplication::processEvents();
+    }
+
+    void photograph(const char *name) const
+    {
+        const QString folder = qEnvironmentVariable("ZQXML_PICTURES");
+        if (folder.isEmpty())
+            return;
+        QCoreApplication::processEvents();
+        // Of the screen where there is one, so that an open menu is in the picture.
+        const QPixmap picture = QGuiApplication::platformName() == QLatin1String("offscreen")
+            ? window->grab()
+            : window->screen()->grabWindow(0, window->x(), window->y(), window->width(), window->height());
+        QVERIFY(picture.save(QStringLiteral("%1/desk-%2.png").arg(folder, QLatin1String(name))));
+    }
 
     std::unique_ptr<DeskStore> store;
     std::unique_ptr<DeskWindow> window;
@@ -72,63 +121,6 @@ void TestDesk::cleanup()
 {
     window.reset();
     store.reset();
-}
-
-RecordPane *TestDesk::pane(const char *name) const
-{
-    const QList<RecordPane *> panes = window->findChildren<RecordPane *>();
-    for (RecordPane *const each : panes) {
-        if (each->accessibleName() == DeskWindow::tr(name))
-            return each;
-    }
-    return nullptr;
-}
-
-QStringList TestDesk::namesOf(const RecordPane *pane) const
-{
-    QStringList names;
-    for (int row = 0; row < pane->proxy()->rowCount(); ++row)
-        names << pane->proxy()->index(row, 0).data().toString();
-    return names;
-}
-
-QString TestDesk::textOf(const RecordPane *pane, int row, const char *field) const
-{
-    const int column = pane->proxy()->columnOf(QString::fromLatin1(field));
-    return pane->proxy()->index(row, column).data().toString();
-}
-
-QToolButton *TestDesk::button(DeskAgent::ActionType type) const
-{
-    const QToolBar *const toolBar = window->findChild<QToolBar *>();
-    return qobject_cast<QToolButton *>(toolBar->widgetForAction(toolBar->actions().at(type - 1)));
-}
-
-void TestDesk::click(DeskAgent::ActionType type) const
-{
-    QTest::mouseClick(button(type), Qt::LeftButton);
-    QCoreApplication::processEvents();
-}
-
-void TestDesk::clickRow(QTableView *view, int row) const
-{
-    view->scrollTo(view->model()->index(row, 0));
-    QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::NoModifier,
-                      view->visualRect(view->model()->index(row, 0)).center());
-    QCoreApplication::processEvents();
-}
-
-void TestDesk::photograph(const char *name) const
-{
-    const QString folder = qEnvironmentVariable("ZQXML_PICTURES");
-    if (folder.isEmpty())
-        return;
-    QCoreApplication::processEvents();
-    // Of the screen where there is one, so that an open menu is in the picture.
-    const QPixmap picture = QGuiApplication::platformName() == QLatin1String("offscreen")
-        ? window->grab()
-        : window->screen()->grabWindow(0, window->x(), window->y(), window->width(), window->height());
-    QVERIFY(picture.save(QStringLiteral("%1/desk-%2.png").arg(folder, QLatin1String(name))));
 }
 
 /** Outputs and their jobs, what can be done with them, the search, and the tabs. */

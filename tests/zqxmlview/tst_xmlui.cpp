@@ -79,62 +79,47 @@ std::vector<Identity> identitiesOf(const std::vector<Plain> &actions)
     return identities;
 }
 
-/** What happens, drawn from a seed; who derives does it and logs what comes of it. */
-class Script
+/** What the owner does when \a content was triggered: accepts it, sends what it had, or does nothing. */
+bool react(std::vector<Plain> &owned, int content, bool checked, int reaction)
 {
-public:
-    QStringList log;
+    for (Plain &each : owned) {
+        if (reaction == 0 && each.content == content)
+            each.checked = checked;
+    }
+    return reaction < 2;
+}
 
-protected:
-    explicit Script(quint32 seed) : random(seed) { }
-    virtual ~Script() = default;
+/** A row of the model, and when it and its action were first seen. */
+QString lineOf(const QString &name, const QList<bool> &flags, int row, int action)
+{
+    return QStringLiteral("row %1 %2, %3, %4").arg(name, shown(flags)).arg(row).arg(action);
+}
 
-    void run()
+/** What happens to a subject, drawn from a seed. */
+template <typename Subject>
+struct Script {
+    explicit Script(quint32 seed) : random(seed)
     {
+        Subject subject{owned, log};
         for (int step = 0; step < 25; ++step) {
             const int what = random.below(10);
             if (what < 4) {
                 change();
-                update();
+                subject.update();
             } else if (what < 8) {
                 // Counted from the owner's list: what is asked for may be gone from the view, or not yet there.
-                const int count = static_cast<int>(owned.size());
-                const int row = random.below(count + 1);
+                const int row = random.below(static_cast<int>(owned.size()) + 1);
                 const int reaction = random.below(3);
-                click(row, random.below(2) == 0, reaction);
+                subject.click(row, random.below(2) == 0, reaction);
             } else {
-                setMenuOpen(random.below(3) > 0);
+                subject.setMenuOpen(random.below(3) > 0);
             }
-            show();
+            subject.show();
         }
-        setMenuOpen(false);
-        show();
+        subject.setMenuOpen(false);
+        subject.show();
     }
 
-    virtual void update() = 0;
-    virtual void click(int row, bool inModel, int reaction) = 0;
-    virtual void setMenuOpen(bool open) = 0;
-    virtual void show() = 0;
-
-    /** What the owner does when \a content was triggered: accepts it, sends what it had, or does nothing. */
-    bool react(int content, bool checked, int reaction)
-    {
-        for (Plain &each : owned) {
-            if (reaction == 0 && each.content == content)
-                each.checked = checked;
-        }
-        return reaction < 2;
-    }
-
-    /** A row of the model, and when it and its action were first seen. */
-    void noteRow(const QString &name, const QList<bool> &flags, int row, int action)
-    {
-        log << QStringLiteral("row %1 %2, %3, %4").arg(name, shown(flags)).arg(row).arg(action);
-    }
-
-    std::vector<Plain> owned;
-
-private:
     Plain draw(int type, int originator)
     {
         const auto mostly = [this] { return random.below(4) > 0; };
@@ -162,19 +147,13 @@ private:
 
     Mischief random;
     int lastContent = 0;
+    std::vector<Plain> owned;
+    QStringList log;
 };
 
 /** The rules as they are written down. */
-class PlainView : public Script
-{
-public:
-    explicit PlainView(quint32 seed) : Script(seed)
-    {
-        run();
-    }
-
-private:
-    void update() override
+struct PlainView {
+    void update()
     {
         const std::vector<Identity> before = identitiesOf(seen);
         seen = owned;
@@ -184,7 +163,7 @@ private:
         }
     }
 
-    void click(int row, bool, int reaction) override
+    void click(int row, bool, int reaction)
     {
         if (row >= static_cast<int>(seen.size()))
             return;
@@ -199,11 +178,11 @@ private:
                 other.checked = false;
         }
         log << QStringLiteral("sent %1 %2").arg(clicked.content).arg(clicked.checked);
-        if (react(clicked.content, clicked.checked, reaction))
+        if (react(owned, clicked.content, clicked.checked, reaction))
             update();
     }
 
-    void setMenuOpen(bool open) override
+    void setMenuOpen(bool open)
     {
         if (open && !isOpen)
             inMenu = visibleOnes();
@@ -221,13 +200,13 @@ private:
         return visible;
     }
 
-    void show() override
+    void show()
     {
         const std::vector<Identity> all = identitiesOf(seen);
         for (std::size_t row = 0; row < seen.size(); ++row) {
             const Plain &each = seen[row];
             const int number = numbers[all[row]];
-            noteRow(each.name(), {each.visible, each.enabled, each.checkable, each.checked}, number, number);
+            log << lineOf(each.name(), {each.visible, each.enabled, each.checkable, each.checked}, number, number);
         }
         for (const Identity &identity : isOpen ? inMenu : visibleOnes()) {
             const auto row = static_cast<std::size_t>(std::find(all.begin(), all.end(), identity) - all.begin());
@@ -237,20 +216,18 @@ private:
         }
     }
 
-    std::vector<Plain> seen;
-    std::vector<Identity> inMenu; // the rows that an open menu has, whatever happens
+    std::vector<Plain> &owned;
+    QStringList &log;
+    std::vector<Plain> seen{};
+    std::vector<Identity> inMenu{}; // the rows that an open menu has, whatever happens
     bool isOpen = false;
-    std::map<Identity, int> numbers;
+    std::map<Identity, int> numbers{};
     int lastNumber = 0;
 };
 
 /** The library between an owner and a menu. */
-class RealView : public Script
-{
-public:
-    explicit RealView(quint32 seed)
-        : Script(seed), router(nullptr), shop(&router, SHOP), view(&router, VIEW),
-          tester(view.binder()->model(), QAbstractItemModelTester::FailureReportingMode::Fatal)
+struct RealView {
+    RealView(std::vector<Plain> &ownedActions, QStringList &lines) : owned(ownedActions), log(lines)
     {
         for (const QList<int> &types : exclusive)
             view.binder()->addExclusiveGroup(types);
@@ -260,14 +237,12 @@ public:
         QObject::connect(&shop, &XMLEndpoint::actionReceived, [this](int, XMLAction &action) {
             const int content = action.getJobID();
             log << QStringLiteral("sent %1 %2").arg(content).arg(action.isChecked());
-            if (react(content, action.isChecked(), reactionToCome))
+            if (react(owned, content, action.isChecked(), reactionToCome))
                 update();
         });
-        run();
     }
 
-private:
-    void update() override
+    void update()
     {
         XMLUI ui(QStringLiteral("Shop"));
         for (const Plain &each : owned) {
@@ -290,7 +265,7 @@ private:
         }
     }
 
-    void click(int row, bool inModel, int reaction) override
+    void click(int row, bool inModel, int reaction)
     {
         reactionToCome = reaction;
         const QList<QAction *> actions = view.binder()->actions();
@@ -301,7 +276,7 @@ private:
         QCoreApplication::processEvents();
     }
 
-    void setMenuOpen(bool open) override
+    void setMenuOpen(bool open)
     {
         if (open)
             menu.popup(QPoint());
@@ -311,16 +286,16 @@ private:
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
 
-    void show() override
+    void show()
     {
         const XMLUIModel *const model = view.binder()->model();
         for (int row = 0; row < model->rowCount(); ++row) {
             const auto value = [&](int role) { return model->index(row).data(role); };
-            noteRow(value(XMLUIModel::NameRole).toString(),
-                    {value(XMLUIModel::VisibleRole).toBool(), value(XMLUIModel::EnabledRole).toBool(),
-                     value(XMLUIModel::CheckableRole).toBool(), value(XMLUIModel::CheckedRole).toBool()},
-                    value(XMLUIModel::RectRole).toRect().width(),
-                    view.binder()->actions().at(row)->property("number").toInt());
+            log << lineOf(value(XMLUIModel::NameRole).toString(),
+                          {value(XMLUIModel::VisibleRole).toBool(), value(XMLUIModel::EnabledRole).toBool(),
+                           value(XMLUIModel::CheckableRole).toBool(), value(XMLUIModel::CheckedRole).toBool()},
+                          value(XMLUIModel::RectRole).toRect().width(),
+                          view.binder()->actions().at(row)->property("number").toInt());
         }
         const QStringList inMenu = lookOf(menu);
         if (!menu.isVisible() && inMenu != lookOf(toolBar))
@@ -341,10 +316,12 @@ private:
         return look;
     }
 
-    XMLRouter router;
-    XMLEndpoint shop;
-    XMLUIAgent view;
-    QAbstractItemModelTester tester;
+    std::vector<Plain> &owned;
+    QStringList &log;
+    XMLRouter router{nullptr};
+    XMLEndpoint shop{&router, SHOP};
+    XMLUIAgent view{&router, VIEW};
+    QAbstractItemModelTester tester{view.binder()->model(), QAbstractItemModelTester::FailureReportingMode::Fatal};
     QMenu menu;
     QToolBar toolBar;
     int reactionToCome = 0;
@@ -356,7 +333,7 @@ private:
 void TestXMLUI::scripts()
 {
     QLoggingCategory::setFilterRules(QStringLiteral("default.warning=false")); // what a screenless menu cannot do
-    compareBySeeds<PlainView, RealView>(40);
+    compareBySeeds<Script<PlainView>, Script<RealView>>(40);
     QLoggingCategory::setFilterRules(QString());
 }
 
