@@ -7,6 +7,15 @@
 #include <QHeaderView>
 #include <QStyledItemDelegate>
 
+namespace {
+
+bool isName(const QString &field)
+{
+    return field == QLatin1String("name") || field == QLatin1String("publication");
+}
+
+} // namespace
+
 RecordPane::RecordPane(const QString &title, const QStringList &fields, int shown, QWidget *parent)
     : QTableView(parent), model(new XMLRecordModel(this)), sorted(new DeskProxy(this))
 {
@@ -30,10 +39,11 @@ RecordPane::RecordPane(const QString &title, const QStringList &fields, int show
     // A few columns share the room; more are scrolled.
     const bool isNarrow = shown <= 4;
     horizontalHeader()->setStretchLastSection(!isNarrow);
-    for (int column = 0; column < shown; ++column)
+    for (int column = 0; column < shown; ++column) {
         setColumnWidth(column, widthOf(fields.at(column)));
-    if (isNarrow)
-        horizontalHeader()->setSectionResizeMode(0, QHeaderView::Stretch);
+        if (isNarrow && isName(fields.at(column)))
+            horizontalHeader()->setSectionResizeMode(column, QHeaderView::Stretch);
+    }
     connect(selectionModel(), &QItemSelectionModel::currentRowChanged, this, &RecordPane::currentChangedAtAll);
     connect(sorted, &QAbstractItemModel::dataChanged, this, &RecordPane::currentChangedAtAll);
     connect(sorted, &QAbstractItemModel::rowsRemoved, this, &RecordPane::currentChangedAtAll);
@@ -43,7 +53,7 @@ RecordPane::RecordPane(const QString &title, const QStringList &fields, int show
 int RecordPane::widthOf(const QString &field) const
 {
     QString sample = DeskProxy::titleOf(field) + QString(3, QLatin1Char('n'));
-    if (field == QLatin1String("name") || field == QLatin1String("publication"))
+    if (isName(field))
         sample = QString(21, QLatin1Char('n'));
     else if (field == QLatin1String("arrived"))
         sample = locale().toString(QDateTime(QDate(2026, 10, 20), QTime(20, 50, 50)), QLocale::ShortFormat);

@@ -89,7 +89,7 @@ private:
         const QString folder = qEnvironmentVariable("ZQXML_PICTURES");
         if (folder.isEmpty())
             return;
-        QCoreApplication::processEvents();
+        QTest::qWait(300); // until the screen shows it
         // Of the screen where there is one, so that an open menu is in the picture.
         const QPixmap picture = QGuiApplication::platformName() == QLatin1String("offscreen")
             ? window->grab()
