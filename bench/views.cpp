@@ -54,10 +54,11 @@ double measure(const std::string &name, int repetitions, const std::function<voi
 {
     if (!RUNNING_ON_VALGRIND)
         return timeOf(repetitions, call);
+    const std::string title = name + "/1000 1";
     call();
     CALLGRIND_ZERO_STATS;
     call();
-    CALLGRIND_DUMP_STATS_AT((name + "/1000 1").c_str());
+    CALLGRIND_DUMP_STATS_AT(title.c_str());
     return 1;
 }
 
