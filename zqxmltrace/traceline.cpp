@@ -59,7 +59,9 @@ public:
     template <typename Number>
     void putNumber(Number number)
     {
-        out = std::to_chars(out, out + DIGITS, number).ptr;
+        // Not in place: with Qt 5, g++ 12 takes that for a write behind the end.
+        std::array<char, DIGITS> digits;
+        put(digits.data(), std::to_chars(digits.data(), digits.data() + DIGITS, number).ptr);
     }
 
     static constexpr int DIGITS = 20; ///< of a number, at the most, and its sign
