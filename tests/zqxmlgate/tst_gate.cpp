@@ -161,6 +161,7 @@ private Q_SLOTS:
     void names();
     void activation();
     void strangers();
+    void latecomers();
 };
 
 /** Whatever the pipe does with the frames, all comes, once, in order; equal ones too. */
@@ -433,6 +434,50 @@ void TestGate::strangers()
     QCOMPARE(problems.filter(QStringLiteral("speaks version 9 of the bus, not 1")).size(), 1);
     QVERIFY(!problems.filter(QStringLiteral("sends what cannot be read")).isEmpty());
     QVERIFY(!reasons.filter(QStringLiteral("cannot be read")).isEmpty());
+}
+
+/** What a peer sent before it began anew does not make it begin anew once more; what it might send after that does. */
+void TestGate::latecomers()
+{
+    const auto pipe = std::make_shared<XMLPipe>();
+    Books books;
+    Process a(pipe, QStringLiteral("a"), books);
+    XMLPipeTransport transport(pipe);
+    transport.join("peer");
+    QTRY_VERIFY(a.gateway->isJoined());
+    GateFrame ours;
+    ours.from = quint64(7) << 32;
+    // Sends a frame, and returns whether the answer asks for a session, to which it then agrees.
+    const auto isAsked = [&](GateFrame::Kind kind, quint64 from) {
+        QTest::qWait(120); // it asks every 100 ms at most
+        const quint64 known = ours.to;
+        ours.kind = kind;
+        ours.from = from;
+        ours.to = kind == GateFrame::Open ? 0 : known;
+        ours.body = QByteArray(12, '\1');
+        transport.send("a", ours.toBytes(), false);
+        ours.to = known;
+        QTest::qWait(20);
+        XMLTransport::Arrival arrival;
+        GateFrame theirs;
+        while (transport.take(arrival)) {
+            if (GateFrame::read(arrival.frame, theirs) != GateFrame::Readable || theirs.kind != GateFrame::Open)
+                continue;
+            ours.kind = GateFrame::Open;
+            ours.to = theirs.from;
+            transport.send("a", ours.toBytes(), false);
+            QTest::qWait(20);
+            while (transport.take(arrival)) { }
+            return true;
+        }
+        return false;
+    };
+    const quint64 first = ours.from + 1;
+    QVERIFY(isAsked(GateFrame::Data, first));
+    QVERIFY(isAsked(GateFrame::Open, first + 1));
+    QVERIFY(!isAsked(GateFrame::Data, first));
+    QVERIFY(isAsked(GateFrame::Data, first + 2));
+    QVERIFY(isAsked(GateFrame::Data, quint64(6) << 32));
 }
 
 ZQXML_TEST_MAIN(TestGate)
