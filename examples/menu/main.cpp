@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The zqxml developers
 // SPDX-License-Identifier: MIT
 
-// Another agent's user interface as a menu: its owner offers it, the view shows it, and a click comes back.
+// Another agent's user interface as a menu: a click goes to its owner, and what comes of it is shown.
 
 #include <zqxml/xmlaction.h>
 #include <zqxml/xmlrouter.h>
@@ -13,8 +13,7 @@
 
 #include <cstdio>
 
-enum AgentType : int { QUEUE = 100, VIEW = 101 };
-enum ActionType : int { HOLD = 1, PROOF = 2 }; // the application's to choose
+enum Type : int { QUEUE = 100, VIEW = 101, HOLD = 1 }; // of agents and of an action, the application's to choose
 
 int main(int argc, char *argv[])
 {
@@ -22,17 +21,10 @@ int main(int argc, char *argv[])
     XMLRouter router(nullptr);
 
     XMLUIOwner queue(&router, QUEUE, QStringLiteral("Job")); // the other agent
-    const int id = queue.getAgentID();
-    XMLAction hold(QStringLiteral("Hold"), HOLD, id);
-    hold.setCheckable(true);
-    XMLAction proof(QStringLiteral("Print a proof"), PROOF, id);
+    XMLAction hold(QStringLiteral("Hold"), HOLD, queue.getAgentID());
     queue.append(hold);
-    queue.append(proof);
-    QObject::connect(&queue, &XMLUIOwner::triggered, &queue, [&queue, id](int, XMLAction &clicked) {
-        const bool held = clicked.isChecked();
-        std::printf("queue: type %d, checked %d\n", clicked.getType(), held);
-        queue.change(HOLD, id, [held](XMLAction &action) { action.setChecked(held); });
-        queue.change(PROOF, id, [held](XMLAction &action) { action.setVisible(!held); }); // what is held has no proof
+    QObject::connect(&queue, &XMLUIOwner::triggered, &queue, [&queue](int, XMLAction &clicked) {
+        queue.change(HOLD, clicked.getOriginator(), [](XMLAction &own) { own.setName(QStringLiteral("Release")); });
     });
 
     QMenu menu;
@@ -40,15 +32,10 @@ int main(int argc, char *argv[])
     view.binder()->addTo(&menu);
     queue.show(view.getAgentID());
 
-    QObject::connect(view.binder()->model(), &XMLUIModel::updated, &menu, [&menu, updates = 0]() mutable {
-        for (const QAction *action : menu.actions()) {
-            if (action->isVisible())
-                std::printf("menu: %s%s\n", qUtf8Printable(action->text()), action->isChecked() ? ", checked" : "");
-        }
-        if (++updates == 1)
-            menu.actions().first()->trigger(); // what a click does
-        else
-            QApplication::quit();
+    QObject::connect(view.binder()->model(), &XMLUIModel::updated, &menu, [&menu] {
+        QAction *const action = menu.actions().first();
+        std::puts(qUtf8Printable(action->text()));
+        action->text() == QLatin1String("Hold") ? action->trigger() : QApplication::quit(); // as a click does
     });
     return QApplication::exec();
 }
