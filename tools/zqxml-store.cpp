@@ -97,14 +97,17 @@ public:
         : file(wanted + QStringLiteral(".part-%1").arg(QCoreApplication::applicationPid()))
     {
         pathOfDraft = QFile::encodeName(file);
-        for (const int number : {SIGINT, SIGTERM, SIGHUP})
-            std::signal(number, removeAndExit);
+        for (auto &[number, before] : handlers) {
+            before = std::signal(number, removeAndExit);
+            if (before == SIG_IGN) // the work is to go on, as with nohup
+                std::signal(number, SIG_IGN);
+        }
     }
 
     ~Draft()
     {
-        for (const int number : {SIGINT, SIGTERM, SIGHUP})
-            std::signal(number, SIG_DFL);
+        for (const auto &[number, before] : handlers)
+            std::signal(number, before);
         QFile::remove(file);
     }
     Q_DISABLE_COPY(Draft)
@@ -112,6 +115,11 @@ public:
     const QString file;
 
 private:
+    struct Handler {
+        int number;
+        void (*before)(int);
+    };
+
     static void removeAndExit(int number)
     {
         ::unlink(pathOfDraft.constData());
@@ -119,6 +127,8 @@ private:
     }
 
     static QByteArray pathOfDraft;
+
+    Handler handlers[3] = {{SIGINT, SIG_DFL}, {SIGTERM, SIG_DFL}, {SIGHUP, SIG_DFL}};
 };
 
 QByteArray Draft::pathOfDraft;
