@@ -6,6 +6,8 @@
 #include <standin/zqstandin.h>
 #include <zqxmlkit/xmlrecordserver.h>
 
+#include <QCoreApplication>
+
 #ifdef ZQXML_WITH_BUS
 #include <tools/bus.h>
 #include <zqxmlgate/xmlgateway.h>
@@ -16,6 +18,12 @@
 #endif
 
 namespace {
+
+/** Delivers what waits in the routers of this thread, which would lose it when they go. */
+void deliverRest()
+{
+    QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+}
 
 ZQCONNECTION *openConnection(const QString &location, QString *error)
 {
@@ -60,9 +68,11 @@ protected:
         ZQCommServer server(connection);
         XMLRouter router(&server);
         XMLRecordServer recordServer(&server, &router, pageServerType);
-        XMLGateway gateway(&router, std::make_unique<XMLPipeTransport>(pipe));
-        gateway.exportAgent(recordServer.getAgentID());
+        auto gateway = std::make_unique<XMLGateway>(&router, std::make_unique<XMLPipeTransport>(pipe));
+        gateway->exportAgent(recordServer.getAgentID());
         exec();
+        gateway.reset();
+        deliverRest();
     }
 
 private:
@@ -132,6 +142,7 @@ int DeskStore::server()
 DeskStore::~DeskStore()
 {
     joint.reset();
+    deliverRest();
     local.reset(); // which reports until then
     ZQReport() = nullptr;
 }
