@@ -371,17 +371,15 @@ private:
         use(options.user, [&](const QByteArray &user) {
             return natsOptions_SetUserInfo(created, user.constData(), options.password.toUtf8().constData());
         });
-        use(options.token,
-            [&](const QByteArray &token) { return natsOptions_SetToken(created, token.constData()); });
+        use(options.token, [&](const QByteArray &token) { return natsOptions_SetToken(created, token.constData()); });
         use(options.credentialsFile, [&](const QByteArray &file) {
             return natsOptions_SetUserCredentialsFromFiles(created, file.constData(), nullptr);
         });
         if (options.urls.contains(QLatin1String("tls://")) || !options.tlsCaFile.isEmpty()
             || !options.tlsCertificateFile.isEmpty() || !options.tlsHostName.isEmpty())
             status = status == NATS_OK ? natsOptions_SetSecure(created, true) : status;
-        use(options.tlsCaFile, [&](const QByteArray &file) {
-            return natsOptions_LoadCATrustedCertificates(created, file.constData());
-        });
+        use(options.tlsCaFile,
+            [&](const QByteArray &file) { return natsOptions_LoadCATrustedCertificates(created, file.constData()); });
         use(options.tlsCertificateFile, [&](const QByteArray &file) {
             return natsOptions_LoadCertificatesChain(created, file.constData(),
                                                      options.tlsKeyFile.toUtf8().constData());

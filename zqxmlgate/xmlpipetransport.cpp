@@ -5,13 +5,9 @@
 
 #include <algorithm>
 
-XMLPipe::XMLPipe() : XMLPipe(Faults())
-{
-}
+XMLPipe::XMLPipe() : XMLPipe(Faults()) { }
 
-XMLPipe::XMLPipe(const Faults &wanted) : faults(wanted), random(wanted.seed), isUp(true)
-{
-}
+XMLPipe::XMLPipe(const Faults &wanted) : faults(wanted), random(wanted.seed), isUp(true) { }
 
 XMLPipe::~XMLPipe() = default;
 

@@ -16,9 +16,7 @@ qint64 costOf(const XMLTransport::Arrival &arrival)
 
 } // namespace
 
-XMLTransport::XMLTransport(QObject *parent) : QObject(parent), allBytes(0), announced(false)
-{
-}
+XMLTransport::XMLTransport(QObject *parent) : QObject(parent), allBytes(0), announced(false) { }
 
 void XMLTransport::put(const Arrival &arrival)
 {
