@@ -29,9 +29,9 @@ class XMLRouter;
  * An agent that has returned from receive() without an answer is taken not to answer: the request ends as
  * XMLMailbox::NoAnswer at once, without a time-out, as soon as all packets that followed from it are delivered and all
  * event loops that run within receive() have ended. Tell the requester with setAnswersLater() of agents that answer
- * from a timer, after requests of their own, or from another process. The end of receive() is seen in an event loop that
- * exec() runs: where processEvents() alone delivers the request, the end may be seen too late, or within a loop of the
- * asked agent.
+ * from a timer, after requests of their own, or from another process. The end of receive() is seen in an event loop
+ * that exec() runs: where processEvents() alone delivers the request, the end may be seen too late, or within a loop of
+ * the asked agent.
  *
  * Router, requester, replies and asked agents may be destroyed at any moment, in any order, in any slot. Used on the
  * router's thread.
