@@ -8,8 +8,10 @@
 
 #include <QRegularExpression>
 
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
+#include <cstdlib>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -62,22 +64,26 @@ public:
     {
         ownName = name;
         enlist();
-        std::thread([worker = shared_from_this()] { worker->run(); }).detach();
+        thread = std::thread([worker = shared_from_this()] { worker->run(); });
     }
 
     /** Nothing reaches the owner any more. A connection that hangs is left to itself until the process ends. */
     void stop()
     {
+        if (!thread.joinable())
+            return;
         strikeOff();
         std::unique_lock<std::mutex> locked(mutex);
         owner = nullptr;
         stopping = true;
         changed.notify_all();
-        const auto limit = std::chrono::milliseconds(endTime);
-        if (!changed.wait_for(locked, limit, [this] { return !running; })) {
-            // Made as late as this, so that it comes before the ends of the libraries that the thread uses.
-            [[maybe_unused]] static const LastWait lastWait;
+        if (changed.wait_for(locked, std::chrono::milliseconds(endTime), [this] { return !running; })) {
+            locked.unlock();
+            thread.join();
+            return;
         }
+        locked.unlock();
+        leaveBehind(shared_from_this());
     }
 
     bool send(const QByteArray &to, const QByteArray &frame, bool probe)
@@ -108,39 +114,46 @@ private:
         bool probe;
     };
 
-    /** Keeps the process from ending under threads that are left behind. */
-    struct LastWait {
-        ~LastWait()
-        {
-            std::unique_lock<std::mutex> locked(workersMutex());
-            threadEnded().wait(locked, [] { return threads() == 0; });
-        }
-    };
-
     // The client library may call back a little after its objects are destroyed, so that it gets a number, not an
-    // address.
+    // address, and when the process ends too, so that what it comes to is never destroyed.
     static std::mutex &workersMutex()
     {
-        static std::mutex mutex;
-        return mutex;
+        static auto *const mutex = new std::mutex;
+        return *mutex;
     }
 
     static std::map<std::uintptr_t, Worker *> &workers()
     {
-        static std::map<std::uintptr_t, Worker *> map;
-        return map;
+        static auto *const map = new std::map<std::uintptr_t, Worker *>;
+        return *map;
     }
 
-    static int &threads()
+    static std::vector<std::shared_ptr<Worker>> &leftBehind()
     {
-        static int count = 0;
-        return count;
+        static auto *const list = new std::vector<std::shared_ptr<Worker>>;
+        return *list;
     }
 
-    static std::condition_variable &threadEnded()
+    /** Keeps the process from ending under the worker's thread. */
+    static void leaveBehind(const std::shared_ptr<Worker> &worker)
     {
-        static std::condition_variable ended;
-        return ended;
+        {
+            const std::lock_guard<std::mutex> locked(workersMutex());
+            auto &list = leftBehind();
+            list.erase(std::remove_if(list.begin(), list.end(), [](const auto &each) { return each->joinEnded(); }),
+                       list.end());
+            list.push_back(worker);
+        }
+        // Each time anew, so that it comes before the ends of all libraries that the thread has used so far.
+        std::atexit([] {
+            std::vector<std::shared_ptr<Worker>> left;
+            {
+                const std::lock_guard<std::mutex> locked(workersMutex());
+                left.swap(leftBehind());
+            }
+            for (const std::shared_ptr<Worker> &each : left)
+                each->thread.join();
+        });
     }
 
     template <typename Action>
@@ -155,11 +168,9 @@ private:
     void enlist()
     {
         static std::uintptr_t lastKey = 0;
-        threadEnded(); // which is to live longer than LastWait
         const std::lock_guard<std::mutex> locked(workersMutex());
         key = ++lastKey;
         workers()[key] = this;
-        ++threads();
         running = true;
     }
 
@@ -203,8 +214,8 @@ private:
     {
         const char *text = nullptr;
         natsConnection_GetLastError(connection, &text);
-        const QString line = describe(status, text);
-        withWorker(closure, [&line](Worker &worker) { worker.complain(QStringLiteral("the bus: ") + line); });
+        const QByteArray line = describe("the bus: ", status, text);
+        withWorker(closure, [&line](Worker &worker) { worker.complain(line); });
     }
 
     static int64_t choosePause(natsConnection *, int attempts, void *)
@@ -212,15 +223,19 @@ private:
         return pauseAfter(attempts - 1);
     }
 
-    /** On purpose without static objects, which might be gone when a thread that was left behind uses them. */
-    static QString describe(natsStatus status, const char *text)
+    /**
+     * Returns what a call of the client library failed for.
+     *
+     * Threads that were left behind come here too, when parts of Qt may be gone: regular expressions are.
+     */
+    static QByteArray describe(const char *what, natsStatus status, const char *text)
     {
-        const QRegularExpression place(QStringLiteral("^\\(\\w+\\.c:\\d+\\): "));
-        QString line = QString::fromUtf8(natsStatus_GetText(status));
-        const QString more = QString::fromUtf8(text).remove(place);
-        if (!more.isEmpty() && more != line)
-            line += QStringLiteral(", ") + more;
-        return withoutSecrets(line);
+        const QByteArray inShort = natsStatus_GetText(status);
+        QByteArray more(text);
+        const auto place = more.indexOf("): "); // (file.c:123): before the text
+        if (more.startsWith('(') && place > 0)
+            more.remove(0, place + 3);
+        return what + (more.isEmpty() || more == inShort ? inShort : inShort + ", " + more);
     }
 
     /** Does something in the owner's thread, if there still is an owner. The mutex is locked. */
@@ -232,10 +247,21 @@ private:
                 owner, [transport = owner, action] { action(*transport); }, Qt::QueuedConnection);
     }
 
-    void complain(const QString &line)
+    void complain(const QByteArray &line)
     {
         const std::lock_guard<std::mutex> locked(mutex);
-        tell([line](XMLNatsTransport &transport) { Q_EMIT transport.failed(line); });
+        tell([line](XMLNatsTransport &transport) { Q_EMIT transport.failed(withoutSecrets(QString::fromUtf8(line))); });
+    }
+
+    bool joinEnded()
+    {
+        {
+            const std::lock_guard<std::mutex> locked(mutex);
+            if (running)
+                return false;
+        }
+        thread.join();
+        return true;
     }
 
     void setConnected(bool now)
@@ -254,11 +280,11 @@ private:
     void run()
     {
         void *const closure = reinterpret_cast<void *>(key); // NOLINT(performance-no-int-to-ptr): never followed
-        QString lastFailure; // which is told once as long as it lasts
+        QByteArray lastFailure; // which is told once as long as it lasts
         for (int attempts = 0; !waitForEnd(attempts == 0 ? 0 : pauseAfter(attempts - 1)); ++attempts) {
             ConnectionPointer connection;
             std::vector<SubscriptionPointer> subscriptions;
-            const QString failure = connect(closure, connection, subscriptions);
+            const QByteArray failure = connect(closure, connection, subscriptions);
             if (!failure.isEmpty() && failure != lastFailure)
                 complain(failure);
             lastFailure = failure;
@@ -272,14 +298,9 @@ private:
             natsConnection_Close(connection.get());
         }
         nats_ReleaseThreadMemory();
-        {
-            const std::lock_guard<std::mutex> locked(mutex);
-            running = false;
-            changed.notify_all();
-        }
-        const std::lock_guard<std::mutex> locked(workersMutex());
-        --threads();
-        threadEnded().notify_all();
+        const std::lock_guard<std::mutex> locked(mutex);
+        running = false;
+        changed.notify_all();
     }
 
     /** Returns whether the end has come within a time. */
@@ -291,7 +312,7 @@ private:
     }
 
     /** Returns what is in the way, or nothing. */
-    QString connect(void *closure, ConnectionPointer &connection, std::vector<SubscriptionPointer> &subscriptions)
+    QByteArray connect(void *closure, ConnectionPointer &connection, std::vector<SubscriptionPointer> &subscriptions)
     {
         natsOptions *created = nullptr;
         natsStatus status = natsOptions_Create(&created);
@@ -317,18 +338,17 @@ private:
             status = natsConnection_FlushTimeout(made, flushTime);
         if (status != NATS_OK) {
             natsStatus last = status;
-            QString failure =
-                QStringLiteral("the bus cannot be reached: ") + describe(status, nats_GetLastError(&last));
-            if (failure.endsWith(QLatin1String("got ''"))) // all that is known of a connection that was just closed
-                failure += QStringLiteral("; the server may want a certificate that it trusts");
+            QByteArray failure = describe("the bus cannot be reached: ", status, nats_GetLastError(&last));
+            if (failure.endsWith("got ''")) // all that is known of a connection that was just closed
+                failure += "; the server may want a certificate that it trusts";
             return failure;
         }
         constexpr int needed = GateFrame::headerSize + 1 + GateSession::partSize;
         if (natsConnection_GetMaxPayload(made) < needed)
-            complain(QStringLiteral("the server of the bus takes messages of %1 bytes, and %2 are needed")
-                         .arg(natsConnection_GetMaxPayload(made))
-                         .arg(needed));
-        return QString();
+            complain("the server of the bus takes messages of "
+                     + QByteArray::number(qlonglong(natsConnection_GetMaxPayload(made))) + " bytes, and "
+                     + QByteArray::number(needed) + " are needed");
+        return QByteArray();
     }
 
     natsStatus setAddress(natsOptions *created) const
@@ -434,6 +454,7 @@ private:
     XMLNatsTransport *owner; // null when it is gone
     const Options options;
     QByteArray ownName;
+    std::thread thread;
     std::mutex mutex;
     std::condition_variable changed;
     std::deque<Outgoing> waiting;
