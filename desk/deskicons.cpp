@@ -38,6 +38,10 @@ QPainterPath outlineOf(int type)
         path.addRect(3.5, 3, 3, 10);
         path.addRect(9.5, 3, 3, 10);
         break;
+    case moreIcon:
+        path.addPolygon(QPolygonF({{3.5, 4}, {7.5, 8}, {3.5, 12}}));
+        path.addPolygon(QPolygonF({{8.5, 4}, {12.5, 8}, {8.5, 12}}));
+        break;
     default:
         break;
     }

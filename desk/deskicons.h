@@ -8,7 +8,10 @@
 
 class QPalette;
 
-/** Returns the icon of a DeskAgent::ActionType in the colours of \a palette, sharp at any scale. */
+/** Stands for what a tool bar has no room for. */
+constexpr int moreIcon = -1;
+
+/** Returns moreIcon or the icon of a DeskAgent::ActionType in the colours of \a palette, sharp at any scale. */
 QIcon deskIcon(int type, const QPalette &palette);
 
 #endif

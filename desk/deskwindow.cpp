@@ -276,6 +276,9 @@ void DeskWindow::setIcons()
                      {DeskAgent::HOLD, QKeySequence(Qt::Key_F9)}};
     for (const auto &each : templates)
         view.binder()->setTemplate(each.type, deskIcon(each.type, palette()), each.shortcut);
+    // The style's own arrows are black on dark palettes too.
+    for (QToolButton *const button : findChildren<QToolButton *>(QStringLiteral("qt_toolbar_ext_button")))
+        button->setIcon(deskIcon(moreIcon, palette()));
 }
 
 void DeskWindow::changeEvent(QEvent *event)

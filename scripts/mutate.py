@@ -4,6 +4,7 @@
 """Makes single faults in sources and counts how many the unit tests notice. Run by scripts/mutate."""
 
 import argparse
+import concurrent.futures
 import difflib
 import glob
 import json
@@ -11,10 +12,10 @@ import os
 import pathlib
 import random
 import re
-import resource
 import shutil
 import subprocess
 import sys
+import threading
 import time
 
 TREE = pathlib.Path("build/mutate/source")
@@ -107,20 +108,21 @@ def faults_of(text):
             yield found.start(1), found.end(1), ""
 
 
-def limit():
-    resource.setrlimit(resource.RLIMIT_AS, (MEMORY_LIMIT, MEMORY_LIMIT))
-    resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
-
-
-def passes(test, seconds):
+def passes(test, seconds, ended):
+    """Returns whether a test passes within a time, or false once "ended" is set."""
     properties = {each["name"]: each["value"] for each in test["properties"]}
     environment = dict(each.split("=", 1) for each in properties.get("ENVIRONMENT", []))
-    process = subprocess.Popen(test["command"], cwd=properties["WORKING_DIRECTORY"], env={**os.environ, **environment},
+    process = subprocess.Popen(["prlimit", f"--as={MEMORY_LIMIT}", "--core=0"] + test["command"],
+                               cwd=properties["WORKING_DIRECTORY"], env={**os.environ, **environment},
                                stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                               preexec_fn=limit, start_new_session=True)
+                               start_new_session=True)
+    end = time.monotonic() + seconds
     try:
-        return process.wait(seconds) == 0
-    except subprocess.TimeoutExpired:
+        while time.monotonic() < end and not ended.is_set():
+            try:
+                return process.wait(0.1) == 0
+            except subprocess.TimeoutExpired:
+                pass
         return False
     finally:
         try:  # with what it has started itself
@@ -170,7 +172,7 @@ def good_tests(tests):
     """Returns those that pass while nothing is wrong, the quickest first."""
     for test in tests:
         start = time.monotonic()
-        test["passes"] = passes(test, 300)
+        test["passes"] = passes(test, 300, threading.Event())
         test["seconds"] = time.monotonic() - start
         if not test["passes"]:
             print(f"{test['name']} fails before any fault is made, and is left out")
@@ -180,9 +182,14 @@ def good_tests(tests):
 def noticed_by(tests, name):
     """Returns the test that fails, or none. Those that bear the file's name come first."""
     stem = pathlib.Path(name).stem.replace("_p", "")
-    for test in sorted(tests, key=lambda test: stem not in test["name"]):
-        if not passes(test, 10 + 5 * test["seconds"]):
-            return test["name"]
+    ended = threading.Event()
+    with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+        runs = {pool.submit(passes, test, 10 + 10 * test["seconds"], ended): test["name"]
+                for test in sorted(tests, key=lambda test: stem not in test["name"])}
+        for run in concurrent.futures.as_completed(runs):
+            if not run.result():
+                ended.set()
+                return runs[run]
     return None
 
 
