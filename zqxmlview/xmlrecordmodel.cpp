@@ -15,7 +15,9 @@
 
 namespace {
 
-constexpr int turnTime = 5; // ms that a turn of converting takes: less than a frame
+constexpr int turnTime = 5; // ms that a turn of converting or removing takes: less than a frame
+constexpr int removedAtOnce = 256; // rows: each may be a range of its own in a sorted view
+constexpr int scatteredRanges = 16; // so many take views and proxies longer than one new layout
 
 quint64 toNumber(const ZQKEY_ELEMENT &key)
 {
@@ -57,8 +59,8 @@ bool isNumber(const QVariant &value)
 } // namespace
 
 XMLRecordModel::XMLRecordModel(QObject *parent)
-    : QAbstractTableModel(parent), hasOwnColumns(false), keyField(QStringLiteral("key")), firstWaiting(0),
-      isRefreshing(false)
+    : QAbstractTableModel(parent), hasOwnColumns(false), keyField(QStringLiteral("key")), keysAreStale(false), firstWaiting(0),
+      isRefreshing(false), isRemoving(false)
 {
 }
 
@@ -120,6 +122,8 @@ void XMLRecordModel::clear()
     lateUpdates.clear();
     rows.clear();
     rowsByKey.clear();
+    keysAreStale = false;
+    isRemoving = false;
     endResetModel();
 }
 
@@ -164,6 +168,8 @@ void XMLRecordModel::timerEvent(QTimerEvent *event)
 {
     if (event->timerId() != turn.timerId())
         return QAbstractTableModel::timerEvent(event);
+    if (isRemoving)
+        return removeOldFor(turnTime);
     convertFor(turnTime);
     Q_EMIT progress(reply ? static_cast<int>(firstWaiting) : rowCount(), rowCount(), rowCount());
     if (!reply)
@@ -197,6 +203,7 @@ void XMLRecordModel::refresh(XMLPages *pages)
 {
     dropSource();
     convertFor(-1);
+    removeOldFor(-1);
     for (Row &row : rows)
         row.isOld = true;
     load(pages, true);
@@ -226,9 +233,14 @@ void XMLRecordModel::takePage()
 void XMLRecordModel::finish(XMLMailbox::State state)
 {
     dropSource();
-    if (isRefreshing && state == XMLMailbox::Answered)
-        removeOld();
-    Q_EMIT loaded(state);
+    if (!isRefreshing || state != XMLMailbox::Answered) {
+        Q_EMIT loaded(state);
+        return;
+    }
+    isRemoving = true;
+    gatherOld();
+    turn.start(0, this);
+    removeOldFor(turnTime);
 }
 
 void XMLRecordModel::cancel()
@@ -239,6 +251,7 @@ void XMLRecordModel::cancel()
 
 void XMLRecordModel::update(const XMLRecords &records)
 {
+    removeOldFor(-1);
     ensureColumns(records);
     std::vector<Row> incoming;
     for (const XMLRecord &record : records)
@@ -251,6 +264,8 @@ void XMLRecordModel::update(const XMLRecords &records)
 
 void XMLRecordModel::merge(std::vector<Row> incoming)
 {
+    if (keysAreStale)
+        rememberAll();
     std::vector<Row> fresh;
     QHash<quint64, std::size_t> freshByKey;
     for (Row &row : incoming) {
@@ -289,7 +304,7 @@ void XMLRecordModel::append(std::vector<Row> incoming)
     endInsertRows();
 }
 
-void XMLRecordModel::remember(int row)
+void XMLRecordModel::remember(int row) const
 {
     const quint64 key = rows[static_cast<std::size_t>(row)].key;
     if (key != 0 && !rowsByKey.contains(key))
@@ -301,11 +316,13 @@ void XMLRecordModel::removeRange(std::size_t first, std::size_t end)
     beginRemoveRows(QModelIndex(), static_cast<int>(first), static_cast<int>(end) - 1);
     const auto begin = rows.begin();
     rows.erase(begin + static_cast<std::ptrdiff_t>(first), begin + static_cast<std::ptrdiff_t>(end));
+    keysAreStale = true;
     endRemoveRows();
 }
 
-void XMLRecordModel::rememberAll()
+void XMLRecordModel::rememberAll() const
 {
+    keysAreStale = false;
     rowsByKey.clear();
     for (int row = 0; row < rowCount(); ++row)
         remember(row);
@@ -314,36 +331,79 @@ void XMLRecordModel::rememberAll()
 bool XMLRecordModel::remove(const ZQKEY_ELEMENT &key)
 {
     convertFor(-1);
+    removeOldFor(-1);
     const int row = rowOf(key);
     if (row < 0)
         return false;
     removeRange(static_cast<std::size_t>(row), static_cast<std::size_t>(row) + 1);
-    rememberAll();
     return true;
 }
 
-void XMLRecordModel::removeOld()
+/** Moves the rows that are to be removed to the end if they are scattered. */
+void XMLRecordModel::gatherOld()
 {
-    for (std::size_t end = rows.size(); end > 0; --end) {
-        std::size_t first = end;
-        while (first > 0 && rows[first - 1].isOld)
-            --first;
-        if (first == end)
-            continue;
-        removeRange(first, end);
-        end = first + 1;
+    int ranges = 0;
+    for (std::size_t row = 0; row < rows.size(); ++row)
+        ranges += rows[row].isOld && (row == 0 || !rows[row - 1].isOld);
+    if (ranges < scatteredRanges)
+        return;
+    Q_EMIT layoutAboutToBeChanged();
+    std::vector<Row> gathered;
+    gathered.reserve(rows.size());
+    std::vector<int> places(rows.size());
+    for (const bool old : {false, true}) {
+        for (std::size_t row = 0; row < rows.size(); ++row) {
+            if (rows[row].isOld == old) {
+                places[row] = static_cast<int>(gathered.size());
+                gathered.push_back({std::move(rows[row].cells), rows[row].key, old});
+            }
+        }
     }
-    rememberAll();
+    rows = std::move(gathered);
+    keysAreStale = true;
+    const QModelIndexList before = persistentIndexList();
+    QModelIndexList after;
+    for (const QModelIndex &index : before)
+        after.append(createIndex(places[static_cast<std::size_t>(index.row())], index.column()));
+    changePersistentIndexList(before, after);
+    Q_EMIT layoutChanged();
+}
+
+/** Removes rows for a time, all of them if it is negative, and tells when none is left. */
+void XMLRecordModel::removeOldFor(int milliseconds)
+{
+    if (!isRemoving)
+        return;
+    QElapsedTimer time;
+    time.start();
+    std::size_t end = rows.size();
+    do {
+        while (end > 0 && !rows[end - 1].isOld)
+            --end;
+        std::size_t first = end;
+        while (first > 0 && rows[first - 1].isOld && end - first < removedAtOnce)
+            --first;
+        if (first < end)
+            removeRange(first, end);
+        end = first;
+    } while (end > 0 && (milliseconds < 0 || !time.hasExpired(milliseconds)));
+    if (end > 0)
+        return;
+    isRemoving = false;
+    turn.stop();
+    Q_EMIT loaded(XMLMailbox::Answered);
 }
 
 int XMLRecordModel::rowOf(const ZQKEY_ELEMENT &key) const
 {
+    if (keysAreStale)
+        rememberAll();
     return rowsByKey.value(toNumber(key), -1);
 }
 
 bool XMLRecordModel::isLoading() const
 {
-    return reply || source;
+    return reply || source || isRemoving;
 }
 
 int XMLRecordModel::rowCount(const QModelIndex &parent) const

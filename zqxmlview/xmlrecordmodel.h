@@ -136,17 +136,19 @@ private:
     void merge(std::vector<Row> incoming);
     void change(int row, Row incoming);
     void append(std::vector<Row> incoming);
-    void remember(int row);
-    void rememberAll();
+    void remember(int row) const;
+    void rememberAll() const;
     void removeRange(std::size_t first, std::size_t end);
-    void removeOld();
+    void gatherOld();
+    void removeOldFor(int milliseconds);
 
     QStringList fieldNames;
     QStringList titleTexts;
     bool hasOwnColumns;
     QString keyField;
     mutable std::vector<Row> rows;
-    QHash<quint64, int> rowsByKey; // without rows that wait
+    mutable QHash<quint64, int> rowsByKey; // without rows that wait
+    mutable bool keysAreStale;
 
     std::unique_ptr<XMLPacket> reply; // until all its records are converted
     mutable std::vector<QDomNode> waiting; // the elements of its records by row; null once they are converted
@@ -156,6 +158,7 @@ private:
 
     QPointer<XMLPages> source;
     bool isRefreshing;
+    bool isRemoving; // what is old after a refresh
 };
 
 #endif

@@ -57,14 +57,14 @@ QString lineOf(int row, const QString &name, unsigned int key, int identity)
     return QStringLiteral("%1: %2, key %3, made as %4").arg(row).arg(name).arg(key).arg(identity);
 }
 
-/** What happens to a subject, drawn from a seed; a refresh may fail, and updates come while records are set. */
+/** What happens to a subject, drawn from a seed; a refresh may fail, and updates come while a turn is not the last. */
 template <typename Subject>
 struct Script {
-    explicit Script(quint32 seed) : random(seed)
+    explicit Script(quint32 seed) : random(seed), most(random.below(8) ? 12 : 120)
     {
         static constexpr What whats[] = {SET_RECORDS, SET_PAGES, REFRESH, REFRESH, UPDATE, UPDATE, UPDATE, REMOVE};
         Subject subject;
-        for (int step = 0; step < 20; ++step) {
+        for (int step = 0; step < (most == 12 ? 20 : 8); ++step) {
             const What what = random.oneOf(whats);
             const PlainRecords records = draw();
             const PlainRecords meanwhile = draw();
@@ -74,13 +74,14 @@ struct Script {
 
     PlainRecords draw()
     {
-        PlainRecords records(static_cast<std::size_t>(random.below(12)));
+        PlainRecords records(static_cast<std::size_t>(random.below(most)));
         for (PlainRecord &record : records)
-            record = {static_cast<unsigned int>(random.below(10)), ++lastContent + (random.below(2) ? 0 : 100)};
+            record = {static_cast<unsigned int>(random.below(most)), ++lastContent + (random.below(2) ? 0 : 100)};
         return records;
     }
 
     Mischief random;
+    const int most; // records and keys
     int lastContent = 0;
     QStringList log;
 };
@@ -111,6 +112,8 @@ struct PlainModel {
         }
         const auto isOld = [](const Row &row) { return !row.isTouched; };
         rows.erase(std::remove_if(rows.begin(), rows.end(), isOld), rows.end());
+        if (what == REFRESH)
+            update(meanwhile);
         QStringList log;
         for (const Row &row : rows)
             log << lineOf(log.size(), QStringLiteral("record %1").arg(row.record.content), row.record.key,
@@ -138,7 +141,7 @@ struct PlainModel {
     int lastIdentity = 0;
 };
 
-/** The library's model, and an agent that gives records in pages of two. */
+/** The library's model, and an agent that gives records in about four pages. */
 struct RealModel {
     RealModel()
     {
@@ -146,6 +149,10 @@ struct RealModel {
         QObject::connect(&model, &QAbstractItemModel::rowsInserted, [this](const QModelIndex &, int first, int last) {
             for (int row = first; row <= last; ++row)
                 identities.emplace_back(model.index(row, 0), ++lastIdentity);
+        });
+        QObject::connect(&model, &QAbstractItemModel::rowsRemoved, [this] {
+            if (!std::exchange(hasRemoved, true))
+                QThread::msleep(6); // so that the rest takes another turn
         });
     }
 
@@ -167,8 +174,16 @@ struct RealModel {
         }
         for (unsigned int key = 1; what == REMOVE && key < 4; ++key)
             model.remove({key, 7});
+        hasRemoved = false;
+        while (model.isLoading() && !hasRemoved)
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        if (what == REFRESH)
+            model.update(XMLRecords(*toPacket(meanwhile)));
         while (model.isLoading())
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        identities.erase(std::remove_if(identities.begin(), identities.end(),
+                                        [](const auto &each) { return !each.first.isValid(); }),
+                         identities.end());
         const int column = static_cast<int>(model.columns().indexOf(QStringLiteral("name")));
         QStringList log;
         for (int row = 0; row < model.rowCount(); ++row) {
@@ -182,7 +197,7 @@ struct RealModel {
 
     void sendPage(int asker)
     {
-        const auto count = static_cast<std::ptrdiff_t>(std::min<std::size_t>(toSend.size(), 2));
+        const auto count = static_cast<std::ptrdiff_t>((toSend.size() + 3) / 4);
         auto packet = toPacket(PlainRecords(toSend.begin(), toSend.begin() + count));
         toSend.erase(toSend.begin(), toSend.begin() + count);
         packet->setSourceAgentID(server.getAgentID());
@@ -200,6 +215,7 @@ struct RealModel {
     QAbstractItemModelTester tester{&model, QAbstractItemModelTester::FailureReportingMode::Fatal};
     std::vector<std::pair<QPersistentModelIndex, int>> identities;
     int lastIdentity = 0;
+    bool hasRemoved = true;
     PlainRecords toSend;
     int lastAction = 0; // of the last page
 };
