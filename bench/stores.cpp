@@ -171,7 +171,7 @@ public:
         database.setUserName(url.userName());
         require(database.open(), "a store cannot be opened");
         query = std::make_unique<QSqlQuery>(database);
-        query->setForwardOnly(true);
+        query->setForwardOnly(isFile);
         require(query->prepare(questionForJobs()), "no question");
         if (!isFile)
             bare = std::make_unique<Bare>(url);
