@@ -17,7 +17,7 @@ namespace {
 
 constexpr int turnTime = 5; // ms that a turn of converting or removing takes: less than a frame
 constexpr int removedAtOnce = 256; // rows: each may be a range of its own in a sorted view
-constexpr int scatteredRanges = 16; // so many take views and proxies longer than one new layout
+constexpr int scatteredRanges = 8; // so many take views and proxies longer than one new layout
 
 quint64 toNumber(const ZQKEY_ELEMENT &key)
 {
@@ -59,8 +59,8 @@ bool isNumber(const QVariant &value)
 } // namespace
 
 XMLRecordModel::XMLRecordModel(QObject *parent)
-    : QAbstractTableModel(parent), hasOwnColumns(false), keyField(QStringLiteral("key")), keysAreStale(false), firstWaiting(0),
-      isRefreshing(false), isRemoving(false)
+    : QAbstractTableModel(parent), hasOwnColumns(false), keyField(QStringLiteral("key")), keysAreStale(false),
+      firstWaiting(0), isRefreshing(false), isRemoving(false)
 {
 }
 

@@ -60,7 +60,7 @@ QString lineOf(int row, const QString &name, unsigned int key, int identity)
 /** What happens to a subject, drawn from a seed; a refresh may fail, and updates come while a turn is not the last. */
 template <typename Subject>
 struct Script {
-    explicit Script(quint32 seed) : random(seed), most(random.below(8) ? 12 : 120)
+    explicit Script(quint32 seed) : random(seed), most(random.below(8) ? 12 : 60)
     {
         static constexpr What whats[] = {SET_RECORDS, SET_PAGES, REFRESH, REFRESH, UPDATE, UPDATE, UPDATE, REMOVE};
         Subject subject;
@@ -151,7 +151,8 @@ struct RealModel {
                 identities.emplace_back(model.index(row, 0), ++lastIdentity);
         });
         QObject::connect(&model, &QAbstractItemModel::rowsRemoved, [this] {
-            if (!std::exchange(hasRemoved, true))
+            hasRemoved = true;
+            if (isWatched)
                 QThread::msleep(6); // so that the rest takes another turn
         });
     }
@@ -175,8 +176,10 @@ struct RealModel {
         for (unsigned int key = 1; what == REMOVE && key < 4; ++key)
             model.remove({key, 7});
         hasRemoved = false;
+        isWatched = true;
         while (model.isLoading() && !hasRemoved)
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        isWatched = false;
         if (what == REFRESH)
             model.update(XMLRecords(*toPacket(meanwhile)));
         while (model.isLoading())
@@ -215,7 +218,8 @@ struct RealModel {
     QAbstractItemModelTester tester{&model, QAbstractItemModelTester::FailureReportingMode::Fatal};
     std::vector<std::pair<QPersistentModelIndex, int>> identities;
     int lastIdentity = 0;
-    bool hasRemoved = true;
+    bool hasRemoved = false; // rows
+    bool isWatched = false;
     PlainRecords toSend;
     int lastAction = 0; // of the last page
 };
