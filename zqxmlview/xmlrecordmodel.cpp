@@ -201,9 +201,9 @@ void XMLRecordModel::setPages(XMLPages *pages)
 
 void XMLRecordModel::refresh(XMLPages *pages)
 {
-    dropSource();
     convertFor(-1);
-    removeOldFor(-1);
+    removeOldFor(-1); // a slot may begin a refresh of its own
+    dropSource();
     for (Row &row : rows)
         row.isOld = true;
     load(pages, true);
@@ -385,9 +385,9 @@ void XMLRecordModel::removeOldFor(int milliseconds)
             --first;
         if (first < end)
             removeRange(first, end);
-        end = first;
+        end = std::min(first, rows.size()); // a slot may empty the table
     } while (end > 0 && (milliseconds < 0 || !time.hasExpired(milliseconds)));
-    if (end > 0)
+    if (end > 0 || !isRemoving)
         return;
     isRemoving = false;
     turn.stop();

@@ -70,7 +70,8 @@ public:
 
     /**
      * As update() with all records of \a pages, which is taken over. Once the last page has come, rows whose records
-     * did not come are removed. What ends early removes nothing.
+     * did not come are removed, in turns of the event loop, and first gathered at the end by a change of layout if they
+     * are scattered. What ends early removes nothing.
      */
     void refresh(XMLPages *pages);
 
