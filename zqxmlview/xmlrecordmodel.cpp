@@ -202,7 +202,7 @@ void XMLRecordModel::setPages(XMLPages *pages)
 void XMLRecordModel::refresh(XMLPages *pages)
 {
     convertFor(-1);
-    removeOldFor(-1); // a slot may begin a refresh of its own
+    removeOldFor(-1); // before which a slot may begin something else
     dropSource();
     for (Row &row : rows)
         row.isOld = true;
@@ -385,9 +385,11 @@ void XMLRecordModel::removeOldFor(int milliseconds)
             --first;
         if (first < end)
             removeRange(first, end);
-        end = std::min(first, rows.size()); // a slot may empty the table
+        end = first;
+        if (!isRemoving) // a slot has begun something else
+            return;
     } while (end > 0 && (milliseconds < 0 || !time.hasExpired(milliseconds)));
-    if (end > 0 || !isRemoving)
+    if (end > 0)
         return;
     isRemoving = false;
     turn.stop();
