@@ -3,7 +3,9 @@
 
 #include "testtools.h"
 
-#include <zqxml/xmlobject.h>
+#include <zqxml/xmlaction.h>
+#include <zqxml/xmlpacketable.h>
+#include <zqxml/xmlui.h>
 
 #include <QTextCodec>
 
@@ -16,6 +18,7 @@ private Q_SLOTS:
     void kinds();
     void ownElement();
     void withoutElement();
+    void withoutNameOrTable();
     void namesAndTextSurviveEveryPolicy();
     void children();
     void writing();
@@ -95,6 +98,31 @@ void tst_XMLObject::withoutElement()
     XMLObject::setProperty(null, K, QStringLiteral("x"));
     NOTE(XMLObject::createElement(null, K));
     NOTE(XMLObject::createTextNode(null, K).isNull());
+    XMLAction nowhere;
+    nowhere.setNode(QDomElement());
+    XMLUI ui;
+    ui.setNode(QDomElement());
+    XMLAction action;
+    XMLPacketable record;
+    TextRecord plain("SI 8\nTI 0\n", DBLIST_ENTRY_TYPE);
+    NOTE(nowhere.append(record));
+    NOTE(nowhere.append(plain));
+    NOTE(ui.append(action));
+}
+
+void tst_XMLObject::withoutNameOrTable()
+{
+    QDomElement e = parse("<e/>");
+    XMLObject::setProperty(e, QString(), QStringLiteral("x"));
+    NOTE(XMLObject::createElement(e, QString()));
+    for (const char *const name : {"", "x:"})
+        NOTE(XMLObject::createDocument(QStringLiteral("u"), QLatin1String(name)).toString());
+    QStringList lines{QStringLiteral("SI 8"), QStringLiteral("1 x"), QStringLiteral("TI 0")};
+    NOTE(XMLPacketable::toDom(e, lines, 1));
+    NOTE(e);
+    QDomElement item = parse("<item/>");
+    NOTE(XMLPacketable::toDom(item, lines, 1));
+    NOTE(item);
 }
 
 void tst_XMLObject::namesAndTextSurviveEveryPolicy()
