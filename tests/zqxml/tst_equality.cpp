@@ -26,17 +26,11 @@ const QStringList names{
 };
 const QDomNode::NodeType others[] = {QDomNode::CommentNode, QDomNode::CDATASectionNode,
                                      QDomNode::ProcessingInstructionNode};
-const QString prefixed = QStringLiteral("x:r");
+const QLatin1String prefix("x:");
 const QStringList keys{
-    XMLPacket::AGENT_ID,
-    QStringLiteral("size"),
-    QStringLiteral("value"),
-    QStringLiteral("q"),
-    QStringLiteral("r"),
-    QStringLiteral("s"),
-    prefixed,
-    QStringLiteral("a q"),
-    QStringLiteral("r=\"1\" s"),
+    XMLPacket::AGENT_ID,   QStringLiteral("size"),      QStringLiteral("value"), QStringLiteral("q"),
+    QStringLiteral("r"),   QStringLiteral("s"),         QStringLiteral("x:r"),   QStringLiteral("x:value"),
+    QStringLiteral("a q"), QStringLiteral("r=\"1\" s"),
 };
 const QStringList texts{
     QStringLiteral("t"),           QStringLiteral("u"),     QString(),
@@ -83,8 +77,14 @@ public:
             break;
         case 5:
         case 6:
-        case 7:
             node->attributes[nameOf(keys)] = oneOf(texts);
+            break;
+        case 7:
+            if (!node->attributes.empty()) {
+                const QString value = node->attributes.begin()->second;
+                node->attributes.erase(node->attributes.begin());
+                node->attributes[nameOf(keys)] = value;
+            }
             break;
         case 8:
             children.push_back({oneOf(texts), -1, {}, QDomNode::TextNode});
@@ -142,13 +142,14 @@ private:
         if (!inOrder)
             std::reverse(attributes.begin(), attributes.end());
         for (const auto &[name, value] : attributes) {
-            if (name != prefixed)
+            if (!name.startsWith(prefix))
                 element.setAttribute(name, value);
         }
-        // Written before it, setAttribute() would take it for the one of the same local name.
-        const auto last = node.attributes.find(prefixed);
-        if (last != node.attributes.end())
-            element.setAttributeNS(QStringLiteral("n"), prefixed, last->second);
+        // Written before, setAttribute() would take them for those of the same local name.
+        for (const auto &[name, value] : attributes) {
+            if (name.startsWith(prefix))
+                element.setAttributeNS(QStringLiteral("n"), name, value);
+        }
         for (const Node &child : node.children)
             element.appendChild(made(child, element.ownerDocument(), parts, inOrder));
     }
