@@ -24,6 +24,11 @@ quint64 toNumber(const ZQKEY_ELEMENT &key)
     return quint64(key.hkey) << 32 | key.key;
 }
 
+ZQKEY_ELEMENT toKey(quint64 number)
+{
+    return {static_cast<unsigned int>(number), static_cast<unsigned int>(number >> 32)};
+}
+
 QString toText(const ZQKEY_ELEMENT &key)
 {
     return QString::number(key.key, 16) + QLatin1Char(':') + QString::number(key.hkey, 16);
@@ -202,8 +207,8 @@ void XMLRecordModel::setPages(XMLPages *pages)
 void XMLRecordModel::refresh(XMLPages *pages)
 {
     convertFor(-1);
-    removeOldFor(-1); // before which a slot may begin something else
-    dropSource();
+    removeOldFor(-1);
+    dropSource(); // also of a refresh that a slot has begun just now
     for (Row &row : rows)
         row.isOld = true;
     load(pages, true);
@@ -238,8 +243,8 @@ void XMLRecordModel::finish(XMLMailbox::State state)
         return;
     }
     isRemoving = true;
-    gatherOld();
     turn.start(0, this);
+    gatherOld();
     removeOldFor(turnTime);
 }
 
@@ -264,12 +269,10 @@ void XMLRecordModel::update(const XMLRecords &records)
 
 void XMLRecordModel::merge(std::vector<Row> incoming)
 {
-    if (keysAreStale)
-        rememberAll();
     std::vector<Row> fresh;
     QHash<quint64, std::size_t> freshByKey;
     for (Row &row : incoming) {
-        const int present = row.key == 0 ? -1 : rowsByKey.value(row.key, -1);
+        const int present = rowOf(toKey(row.key));
         if (present >= 0) {
             change(present, std::move(row));
         } else if (row.key != 0 && freshByKey.contains(row.key)) {
@@ -431,8 +434,7 @@ QVariant XMLRecordModel::data(const QModelIndex &index, int role) const
     if (role == Qt::DisplayRole)
         return cell;
     if (role == KeyRole)
-        return QVariant::fromValue(
-            ZQKEY_ELEMENT{static_cast<unsigned int>(row.key), static_cast<unsigned int>(row.key >> 32)});
+        return QVariant::fromValue(toKey(row.key));
     return int((isNumber(cell) ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
 }
 
